@@ -1,0 +1,8 @@
+#pragma once
+#include <string>
+#include <vector>
+
+namespace GenICam {
+using gcstring = std::string;
+using gcstring_vector = std::vector<gcstring>;
+} // namespace GenICam

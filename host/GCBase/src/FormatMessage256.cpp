@@ -1,0 +1,70 @@
+#include <Base/GCException.h>
+
+#include <cstdio>
+#include <cstring>
+
+namespace GenICam {
+namespace {
+// Messages were written for the Windows C library: "%I64i", "%I64u", "%I64x" and "%I64#x" carry
+// 64-bit values. Rewrite them into the portable "ll" forms; flags after "I64" move in front.
+gcstring PortableFormat(const char* format) {
+  gcstring out;
+  out.reserve(std::strlen(format) + 8);
+  for (const char* p = format; *p;) {
+    if (*p != '%') {
+      out += *p++;
+      continue;
+    }
+    out += *p++;
+    if (*p == '%') {
+      out += *p++;
+      continue;
+    }
+    // flags, width, precision
+    gcstring spec;
+    while (*p && std::strchr("-+ #0123456789.*", *p))
+      spec += *p++;
+    if (std::strncmp(p, "I64", 3) == 0) {
+      p += 3;
+      while (*p && std::strchr("-+#0123456789.", *p))
+        spec += *p++;
+      out += spec + "ll";
+      if (*p && std::strchr("diouxX", *p))
+        out += *p++;
+      else
+        out += 'd'; // a bare "%I64" prints as decimal
+      continue;
+    }
+    out += spec;
+  }
+  return out;
+}
+} // namespace
+
+gcstring FormatMessage256V(const char* format, va_list args) {
+  if (!format)
+    return gcstring();
+  char buffer[256];
+  const gcstring portable = PortableFormat(format);
+#if defined(__GNUC__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+#endif
+  const int n = std::vsnprintf(buffer, sizeof buffer, portable.c_str(), args);
+#if defined(__GNUC__)
+#pragma GCC diagnostic pop
+#endif
+  if (n < 0)
+    return gcstring();
+  return gcstring(buffer);
+}
+
+gcstring FormatMessage256(const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  gcstring text = FormatMessage256V(format, args);
+  va_end(args);
+  return text;
+}
+
+} // namespace GenICam
