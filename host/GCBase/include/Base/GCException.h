@@ -73,6 +73,8 @@ GCBASE_API gcstring FormatMessage256(const char* format, ...)
 #endif
     ;
 GCBASE_API gcstring FormatMessage256V(const char* format, va_list args);
+//! As FormatMessage256V, without the length limit (log lines).
+GCBASE_API gcstring FormatMessageV(const char* format, va_list args);
 
 //! Formats a message and builds the exception with the place of the throw. Used through the
 //! *_EXCEPTION macros below: `throw RUNTIME_EXCEPTION("Could not open port '%s'", id);`

@@ -13,3 +13,11 @@
 #else
 #define VORLA_PLATFORM_API VORLA_DLL_IMPORT
 #endif
+
+// Interfaces that cross library boundaries keep one type identity (typeinfo, vtable) in every
+// module, so dynamic_cast works between the host, plug-ins and drivers.
+#if defined(_WIN32)
+#define VORLA_INTERFACE
+#else
+#define VORLA_INTERFACE __attribute__((visibility("default")))
+#endif

@@ -59,6 +59,33 @@ gcstring FormatMessage256V(const char* format, va_list args) {
   return gcstring(buffer);
 }
 
+gcstring FormatMessageV(const char* format, va_list args) {
+  if (!format)
+    return gcstring();
+  const gcstring portable = PortableFormat(format);
+  va_list copy;
+  va_copy(copy, args);
+  char small[512];
+#if defined(__GNUC__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+#endif
+  const int n = std::vsnprintf(small, sizeof small, portable.c_str(), args);
+  gcstring text;
+  if (n >= 0 && static_cast<size_t>(n) < sizeof small) {
+    text.assign(small, static_cast<size_t>(n));
+  } else if (n >= 0) {
+    text.resize(static_cast<size_t>(n) + 1);
+    std::vsnprintf(&text[0], text.size(), portable.c_str(), copy);
+    text.resize(static_cast<size_t>(n));
+  }
+#if defined(__GNUC__)
+#pragma GCC diagnostic pop
+#endif
+  va_end(copy);
+  return text;
+}
+
 gcstring FormatMessage256(const char* format, ...) {
   va_list args;
   va_start(args, format);

@@ -1,0 +1,41 @@
+#pragma once
+#include <vorla/VorlaCLSerDeviceInfo.h>
+#include <vorla/private/TransportLayerPrivateImpl.h>
+
+#include <boost/thread/recursive_mutex.hpp>
+
+namespace Vorla {
+
+//! The transport-layer information of this plug-in, built on first use and kept until unload.
+CTlInfo& GetCLSerTlInfo();
+
+//! The one transport layer of the Camera Link serial plug-in.
+class CVorlaCLSerTl : public CTransportLayerBase<ITransportLayer>, public IXmlFileProvider {
+public:
+  CVorlaCLSerTl();
+  ~CVorlaCLSerTl() override;
+
+  // slot 8
+  CTlInfo GetTlInfo() const override;
+  // slot 12
+  int InternalEnumerateDevices(DeviceInfoList& list) override;
+  // slot 15
+  IVorlaDevice* InternalCreateDevice(const CDeviceInfo& info) override;
+  // slot 16
+  CDeviceInfo InternalCreateDeviceInfo() override;
+  // slot 17
+  bool IsDeviceMatch(const CDeviceInfo& device, const CDeviceInfo& filterEntry) override;
+  // slot 18
+  gcstring GetDeviceClass() const override;
+
+  // IXmlFileProvider
+  bool IsXMLFileAvailable(const CDeviceInfo& info) override;
+  void ProvideXMLFile(const CDeviceInfo& info, gcstring& fileName, gcstring& xml) override;
+
+private:
+  // Guards the port cache and the port configuration state. Owned by the transport layer;
+  // probing and parsing run outside it.
+  boost::recursive_mutex m_lock;
+};
+
+} // namespace Vorla

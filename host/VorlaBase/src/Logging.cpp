@@ -1,0 +1,121 @@
+#include <VorlaBase/Logging.h>
+
+#include "LogSinks.h"
+
+#include <Base/GCException.h>
+#include <platform/Environment.h>
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+
+namespace vxlog {
+namespace {
+
+struct Filter {
+  unsigned threshold = Warning;
+  std::map<std::string, unsigned> perCategory;
+
+  static Filter Parse(const std::string& text) {
+    Filter f;
+    size_t pos = 0;
+    while (pos <= text.size()) {
+      const size_t comma = std::min(text.find(',', pos), text.size());
+      const std::string item = text.substr(pos, comma - pos);
+      const size_t colon = item.rfind(':');
+      if (colon == std::string::npos) {
+        if (!item.empty())
+          f.threshold = static_cast<unsigned>(std::strtoul(item.c_str(), nullptr, 10));
+      } else {
+        f.perCategory[item.substr(0, colon)] =
+            static_cast<unsigned>(std::strtoul(item.c_str() + colon + 1, nullptr, 10));
+      }
+      pos = comma + 1;
+    }
+    return f;
+  }
+
+  bool Passes(const std::string& category, unsigned level) const {
+    const auto it = perCategory.find(category);
+    return level >= (it != perCategory.end() ? it->second : threshold);
+  }
+};
+
+// Process-wide logging state; its mutex is held only to look up categories, swap the filter and
+// walk the capture list, never while a sink writes.
+struct State {
+  std::mutex lock;
+  std::vector<std::string> categories;
+  Filter filter;
+  std::vector<CLogCapture*> captures;
+
+  State() {
+    std::string env;
+    if (Vorla::Platform::GetEnv("VORLA_LOG", env))
+      filter = Filter::Parse(env);
+  }
+};
+
+State& GetState() {
+  static State* state = new State; // never destroyed: plug-ins may log while the process exits
+  return *state;
+}
+
+} // namespace
+
+CategoryID LogGetCatID(const char* name) {
+  State& s = GetState();
+  std::lock_guard<std::mutex> guard(s.lock);
+  const std::string key = name ? name : "";
+  const auto it = std::find(s.categories.begin(), s.categories.end(), key);
+  if (it != s.categories.end())
+    return static_cast<CategoryID>(it - s.categories.begin()) + 1;
+  s.categories.push_back(key);
+  return s.categories.size();
+}
+
+std::string LogGetCatName(CategoryID id) {
+  State& s = GetState();
+  std::lock_guard<std::mutex> guard(s.lock);
+  return (id >= 1 && id <= s.categories.size()) ? s.categories[id - 1] : std::string();
+}
+
+void LogSetFilter(const std::string& filter) {
+  State& s = GetState();
+  std::lock_guard<std::mutex> guard(s.lock);
+  s.filter = Filter::Parse(filter);
+}
+
+void LogTrace(CategoryID category, unsigned level, const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  LogEntry entry{LogGetCatName(category), level, GenICam::FormatMessageV(format, args)};
+  va_end(args);
+
+  State& s = GetState();
+  bool toStderr = false;
+  {
+    std::lock_guard<std::mutex> guard(s.lock);
+    for (CLogCapture* capture : s.captures)
+      capture->Add(entry);
+    toStderr = s.filter.Passes(entry.category, level);
+  }
+  if (toStderr)
+    std::fprintf(stderr, "[%s] %u: %s\n", entry.category.c_str(), level, entry.text.c_str());
+}
+
+void RegisterCapture(CLogCapture* capture) {
+  State& s = GetState();
+  std::lock_guard<std::mutex> guard(s.lock);
+  s.captures.push_back(capture);
+}
+
+void UnregisterCapture(CLogCapture* capture) {
+  State& s = GetState();
+  std::lock_guard<std::mutex> guard(s.lock);
+  s.captures.erase(std::remove(s.captures.begin(), s.captures.end(), capture), s.captures.end());
+}
+
+} // namespace vxlog
