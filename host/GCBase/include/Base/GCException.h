@@ -67,11 +67,8 @@ VORLA_DECLARE_GENICAM_EXCEPTION(DynamicCastException)
 #undef VORLA_DECLARE_GENICAM_EXCEPTION
 
 //! printf-style formatting into 256 bytes; Windows' "%I64" length prefix is understood.
-GCBASE_API gcstring FormatMessage256(const char* format, ...)
-#if defined(__GNUC__)
-    __attribute__((format(printf, 1, 2)))
-#endif
-    ;
+// Not checked as printf formats: messages use Windows' "%I64" forms.
+GCBASE_API gcstring FormatMessage256(const char* format, ...);
 GCBASE_API gcstring FormatMessage256V(const char* format, va_list args);
 //! As FormatMessage256V, without the length limit (log lines).
 GCBASE_API gcstring FormatMessageV(const char* format, va_list args);

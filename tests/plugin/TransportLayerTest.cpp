@@ -1,0 +1,183 @@
+#include "PluginExports.h"
+#include "VorlaCLSerTl.h"
+
+#include <VorlaBase/Logging.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+using namespace Vorla;
+
+namespace {
+// A device that records its end; the transport layer's book holds it.
+class CRecordingDevice : public IVorlaDevice, public IVorlaDevicePrivate {
+public:
+  explicit CRecordingDevice(int* destroyed) : m_destroyed(destroyed) {}
+  void Open(AccessModeSet) override {}
+  void Close() override {}
+  bool IsOpen() const override { return false; }
+  AccessModeSet GetAccessMode() const override { return AccessModeSet(); }
+  const CDeviceInfo& GetDeviceInfo() const override { return m_info; }
+  uint32_t GetNumStreamGrabberChannels() override { return 0; }
+  IStreamGrabber* GetStreamGrabber(uint32_t) override { return nullptr; }
+  void* GetEventGrabber() override { return nullptr; }
+  GenApi::INodeMap* GetNodeMap() override { return nullptr; }
+  GenApi::INodeMap* GetTLNodeMap() override { return nullptr; }
+  void* CreateChunkParser() override { return nullptr; }
+  void DestroyChunkParser(void*) override {}
+  void* CreateEventAdapter() override { return nullptr; }
+  void DestroyEventAdapter(void*) override {}
+  DeviceCallbackHandle RegisterRemovalCallback(DeviceCallback&) override { return 0; }
+  bool DeregisterRemovalCallback(DeviceCallbackHandle) override { return false; }
+  void LoadXMLFromFile(const gcstring&) override {}
+  void LoadXMLFromString(const gcstring&, const gcstring_vector&) override {}
+  void DestroySelf() override {
+    ++*m_destroyed;
+    delete this;
+  }
+
+private:
+  int* m_destroyed;
+  CDeviceInfo m_info;
+};
+
+// Opens the book of a transport layer to the test.
+class CTestableTl : public CVorlaCLSerTl {
+public:
+  using CVorlaCLSerTl::AddCreatedDevice;
+  using CVorlaCLSerTl::CreatedDevices;
+};
+
+CDeviceInfo Record(const char* deviceClass, const char* fullName) {
+  CDeviceInfo info;
+  if (deviceClass)
+    info.SetDeviceClass(deviceClass);
+  info.SetFullName(fullName);
+  return info;
+}
+} // namespace
+
+TEST(TransportLayer, AnswersInformationClassAndRecords) {
+  CVorlaCLSerTl tl;
+  const CTlInfo info = tl.GetTlInfo();
+  EXPECT_EQ(info.GetFullName(), "Camera Link/HexmarCameraLink 2.3.5.2633");
+  EXPECT_EQ(tl.GetDeviceClass(), "HexmarCameraLink");
+  const CDeviceInfo record = tl.CreateDeviceInfo();
+  gcstring_vector names;
+  EXPECT_EQ(record.GetPropertyNames(names), 1u);
+  EXPECT_EQ(record.GetDeviceClass(), "HexmarCameraLink");
+  EXPECT_FALSE(tl.CanCreateWithoutLookup(record));
+  IXmlFileProvider* provider = tl.GetXmlFileProvider();
+  ASSERT_NE(provider, nullptr);
+  EXPECT_EQ(provider, static_cast<IXmlFileProvider*>(&tl));
+}
+
+TEST(TransportLayer, MatchIsSubsetOfTheDeviceRecord) {
+  CVorlaCLSerTl tl;
+  CDeviceInfo device = Record("HexmarCameraLink", "P|a");
+  device.SetPropertyValue("PortID", "TTY#ttyS4");
+  CDeviceInfo byPort;
+  byPort.SetPropertyValue("PortID", "TTY#ttyS4");
+  EXPECT_TRUE(tl.IsDeviceMatch(device, byPort));
+  EXPECT_TRUE(tl.IsDeviceMatch(device, CDeviceInfo()));
+  byPort.SetPropertyValue("PortID", "TTY#ttys4");
+  EXPECT_FALSE(tl.IsDeviceMatch(device, byPort));
+}
+
+TEST(TransportLayer, EnvironmentRestrictionIsReadAtConstructionAndCaseSensitive) {
+  struct Case {
+    const char* value;
+    bool allowed;
+  };
+  for (const Case c : {Case{nullptr, true}, Case{"", true}, Case{"HexmarCameraLink", true},
+                       Case{"hexmarcameralink", false}, Case{"SomeOtherClass", false}}) {
+    if (c.value)
+      ::setenv("VORLA_USE_TL", c.value, 1);
+    else
+      ::unsetenv("VORLA_USE_TL");
+    CVorlaCLSerTl tl;
+    ::unsetenv("VORLA_USE_TL");
+    EXPECT_EQ(tl.IsAllowedByEnvironment(), c.allowed) << (c.value ? c.value : "(unset)");
+    DeviceInfoList list{Record(nullptr, "kept?")};
+    if (!c.allowed) {
+      EXPECT_EQ(tl.EnumerateDevices(list, false), 0);
+      EXPECT_TRUE(list.empty());
+    }
+  }
+}
+
+TEST(TransportLayer, FilterForOtherClassesDoesNotEnumerate) {
+  CVorlaCLSerTl tl;
+  vxlog::CLogCapture log;
+  DeviceInfoList list;
+  // Enumeration would throw in this build; a filter for other classes must not reach it.
+  EXPECT_EQ(tl.EnumerateDevices(list, DeviceInfoList{Record("SomeOtherClass", "")}), 0);
+  EXPECT_TRUE(log.Entries().empty());
+}
+
+TEST(TransportLayer, FilterStepAppendsEachDeviceOnceAndLogsCounts) {
+  CVorlaCLSerTl tl;
+  vxlog::CLogCapture log;
+  const DeviceInfoList all{Record("HexmarCameraLink", "A"), Record("HexmarCameraLink", "B")};
+  DeviceInfoList out;
+  const DeviceInfoList twoMatchingA{Record(nullptr, "A"), Record("HexmarCameraLink", "A")};
+  EXPECT_EQ(tl.FilterDevices(all, twoMatchingA, out), 1);
+  ASSERT_EQ(out.size(), 1u);
+  EXPECT_EQ(out[0].GetFullName(), "A");
+  ASSERT_EQ(log.Entries().size(), 1u);
+  EXPECT_EQ(log.Entries()[0].category, "vorla.base.TL");
+  EXPECT_EQ(log.Entries()[0].text, "Filter applied to device list, count of devices before "
+                                   "filter step = 2, after filter step = 1.");
+  log.Clear();
+  EXPECT_EQ(tl.FilterDevices(DeviceInfoList(), twoMatchingA, out), 0);
+  EXPECT_TRUE(log.Entries().empty());
+}
+
+TEST(TransportLayer, CreationRejectsRecordsWithoutPortOrDeviceId) {
+  CVorlaCLSerTl tl;
+  vxlog::CLogCapture log;
+  CVorlaCLSerDeviceInfo info;
+  info.SetFullName("cam");
+  info.SetPortID("");
+  EXPECT_THROW(tl.InternalCreateDevice(info), GenICam::InvalidArgumentException);
+  EXPECT_EQ(log.Count("Missing PortID property in device info of 'cam'"), 1u);
+  info.SetPortID("TTY#ttyS4");
+  try {
+    tl.InternalCreateDevice(info);
+    FAIL();
+  } catch (const GenICam::RuntimeException& e) {
+    EXPECT_STREQ(e.GetDescription(), "Missing DeviceID property in device info of 'cam'");
+  }
+}
+
+TEST(TransportLayer, BookOfDevicesCountsReferencesAndRejectsStrangers) {
+  int destroyed = 0;
+  auto* tl = new CTestableTl;
+  EXPECT_EQ(tl->GetRefCount(), 1);
+  auto* a = new CRecordingDevice(&destroyed);
+  auto* b = new CRecordingDevice(&destroyed);
+  tl->AddCreatedDevice(a);
+  tl->AddCreatedDevice(b);
+  EXPECT_EQ(tl->GetRefCount(), 3);
+
+  CRecordingDevice stranger(&destroyed);
+  try {
+    tl->DestroyDevice(&stranger);
+    FAIL();
+  } catch (const GenICam::LogicalErrorException& e) {
+    EXPECT_STREQ(e.GetDescription(), "Trying to destroy device which hasn't been created by me");
+    EXPECT_STREQ(e.GetSourceFileName(), "TransportLayerPrivateImpl.h");
+  }
+  EXPECT_EQ(tl->CreatedDevices().size(), 2u);
+
+  EXPECT_EQ(tl->Release(), 2); // the hook does nothing; only Destroy deletes
+  EXPECT_EQ(tl->Release(), 1);
+  tl->DestroyAllDevices(); // no references returned
+  EXPECT_EQ(destroyed, 2);
+  EXPECT_TRUE(tl->CreatedDevices().empty());
+  EXPECT_EQ(tl->GetRefCount(), 1);
+
+  tl->AddCreatedDevice(new CRecordingDevice(&destroyed));
+  Destroy(tl); // destroys remaining devices first
+  EXPECT_EQ(destroyed, 3);
+}

@@ -1,0 +1,59 @@
+#include <VorlaBase/DeviceInfo.h>
+#include <VorlaBase/InfoImpl.h>
+#include <VorlaBase/TlInfo.h>
+
+#include <gtest/gtest.h>
+
+using namespace Vorla;
+
+TEST(InfoBase, AbsentPropertiesAnswerTheMarker) {
+  CDeviceInfo info;
+  gcstring value = "untouched";
+  EXPECT_FALSE(info.GetPropertyValue("PortID", value));
+  EXPECT_EQ(value, "untouched");
+  EXPECT_EQ(info.GetSerialNumber(), CInfoBase::PropertyNotAvailable);
+  EXPECT_FALSE(info.IsSerialNumberAvailable());
+  info.SetSerialNumber("");
+  EXPECT_TRUE(info.IsSerialNumberAvailable());
+  EXPECT_EQ(info.GetSerialNumber(), "");
+}
+
+TEST(InfoBase, SetReplacesAndKeepsFirstOrder) {
+  CTlInfo info;
+  info.SetDeviceClass("A").SetFullName("F");
+  info.SetDeviceClass("B");
+  gcstring_vector names;
+  EXPECT_EQ(info.GetPropertyNames(names), 2u);
+  EXPECT_EQ(names, (gcstring_vector{"DeviceClass", "FullName"}));
+  EXPECT_EQ(info.GetDeviceClass(), "B");
+}
+
+TEST(InfoBase, SubsetNeedsEveryFilterPropertyWithAnEqualValue) {
+  CDeviceInfo device;
+  device.SetDeviceClass("HexmarCameraLink");
+  device.SetFullName("P|x");
+  device.SetUserDefinedName("");
+  CDeviceInfo empty;
+  EXPECT_TRUE(device.IsSubset(empty)); // an empty entry matches everything
+  CDeviceInfo filter;
+  filter.SetDeviceClass("HexmarCameraLink");
+  EXPECT_TRUE(device.IsSubset(filter));
+  filter.SetUserDefinedName("");
+  EXPECT_TRUE(device.IsSubset(filter));
+  filter.SetSerialNumber(""); // absent in the device, even if empty in the filter
+  EXPECT_FALSE(device.IsSubset(filter));
+  CDeviceInfo other;
+  other.SetDeviceClass("hexmarcameralink");
+  EXPECT_FALSE(device.IsSubset(other));
+}
+
+TEST(InfoBase, UserProvidedFlagSurvivesCopiesAndCanBeCleared) {
+  CDeviceInfo info;
+  EXPECT_TRUE(info.IsUserProvided());
+  CInfoImpl::ClearUserProvidedFlag(info);
+  EXPECT_FALSE(info.IsUserProvided());
+  const CDeviceInfo copy(info);
+  EXPECT_FALSE(copy.IsUserProvided());
+  DeviceInfoList list{copy};
+  EXPECT_FALSE(list[0].IsUserProvided());
+}

@@ -1,0 +1,73 @@
+#include <VorlaBase/Logging.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+
+TEST(Logging, CategoriesAreStableByName) {
+  const auto a = vxlog::LogGetCatID("Vorla.CLSer.Port");
+  EXPECT_EQ(vxlog::LogGetCatID("Vorla.CLSer.Port"), a);
+  EXPECT_NE(vxlog::LogGetCatID("Vorla.CLSer.TL"), a);
+  EXPECT_EQ(vxlog::LogGetCatName(a), "Vorla.CLSer.Port");
+}
+
+TEST(Logging, CaptureRecordsExactLinesWithCategoryAndLevel) {
+  vxlog::CLogCapture capture;
+  const auto cat = vxlog::LogGetCatID("Vorla.CLSer.TL");
+  const std::string longId(600, 'p');
+  vxlog::LogTrace(cat, 32, "GetPortIDs() found %u ports.", 3u);
+  vxlog::LogTrace(cat, 256, "Value %I64i", -5LL);
+  vxlog::LogTrace(cat, 16, "%s", longId.c_str()); // log lines are not cut at 255
+
+  const auto entries = capture.Entries();
+  ASSERT_EQ(entries.size(), 3u);
+  EXPECT_EQ(entries[0].category, "Vorla.CLSer.TL");
+  EXPECT_EQ(entries[0].level, 32u);
+  EXPECT_EQ(entries[0].text, "GetPortIDs() found 3 ports.");
+  EXPECT_EQ(entries[1].text, "Value -5");
+  EXPECT_EQ(entries[2].text, longId);
+  EXPECT_EQ(capture.Count("Value -5"), 1u);
+  EXPECT_EQ(capture.CountContaining("found"), 1u);
+}
+
+TEST(Logging, CaptureSeesEveryLevelWhateverTheFilterAndOnlyWhileItLives) {
+  vxlog::LogSetFilter("256");
+  const auto cat = vxlog::LogGetCatID("test");
+  {
+    vxlog::CLogCapture capture;
+    testing::internal::CaptureStderr();
+    vxlog::LogTrace(cat, 16, "quiet");
+    vxlog::LogTrace(cat, 256, "loud");
+    const std::string err = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(capture.Entries().size(), 2u);
+    EXPECT_EQ(err.find("quiet"), std::string::npos);
+    EXPECT_NE(err.find("loud"), std::string::npos);
+  }
+  vxlog::CLogCapture later;
+  EXPECT_TRUE(later.Entries().empty());
+  vxlog::LogSetFilter("32,test:16");
+  testing::internal::CaptureStderr();
+  vxlog::LogTrace(cat, 16, "category override");
+  vxlog::LogTrace(vxlog::LogGetCatID("other"), 16, "below default");
+  const std::string err = testing::internal::GetCapturedStderr();
+  EXPECT_NE(err.find("category override"), std::string::npos);
+  EXPECT_EQ(err.find("below default"), std::string::npos);
+  vxlog::LogSetFilter("128");
+}
+
+TEST(Logging, ConcurrentWritersLoseNothing) {
+  vxlog::CLogCapture capture;
+  const auto cat = vxlog::LogGetCatID("threads");
+  std::thread a([&] {
+    for (int i = 0; i < 500; ++i)
+      vxlog::LogTrace(cat, 16, "a %d", i);
+  });
+  std::thread b([&] {
+    for (int i = 0; i < 500; ++i)
+      vxlog::LogTrace(cat, 16, "b %d", i);
+  });
+  a.join();
+  b.join();
+  EXPECT_EQ(capture.Entries().size(), 1000u);
+}
