@@ -1,0 +1,173 @@
+#include "FormulaTestSupport.h"
+
+#include <Base/GCException.h>
+
+using namespace FormulaTest;
+using Names = std::vector<std::string>;
+
+namespace {
+
+TEST(FormulaIdentifiers, ReportedOnceInOrderOfFirstUse) {
+  EXPECT_EQ(CFormula("B + A * B - A").Identifiers(), (Names{"B", "A"}));
+  EXPECT_EQ(CFormula("(FROM * DIV) / MULT").Identifiers(), (Names{"FROM", "DIV", "MULT"}));
+  EXPECT_EQ(CFormula("TO").Identifiers(), (Names{"TO"}));
+  EXPECT_TRUE(CFormula("0x1234").Identifiers().empty());
+}
+
+TEST(FormulaIdentifiers, DottedNamesAreSingleIdentifiers) {
+  EXPECT_EQ(CFormula("SEL.Value + Width.Max / 2").Identifiers(), (Names{"SEL.Value", "Width.Max"}));
+  EXPECT_EQ(CFormula("TS.Entry.LineStart").Identifiers(), (Names{"TS.Entry.LineStart"}));
+  EXPECT_EQ(EvalInt("Width.Max/2", {{"Width.Max", I(640)}}), 320);
+}
+
+TEST(FormulaIdentifiers, FunctionsAndConstantsAreNotIdentifiers) {
+  EXPECT_EQ(CFormula("ABS(X) + PI * R + E").Identifiers(), (Names{"X", "R"}));
+  // Constants are upper case only; other spellings are ordinary names.
+  EXPECT_EQ(CFormula("pi + e + Pi").Identifiers(), (Names{"pi", "e", "Pi"}));
+  EXPECT_EQ(CFormula("SK_bslTemperatureMax_mk_0 + _x1").Identifiers(),
+            (Names{"SK_bslTemperatureMax_mk_0", "_x1"}));
+}
+
+TEST(FormulaIdentifiers, BoundNamesShadowConstants) {
+  const CFormula formula("E * 2 + PI", {"E"});
+  EXPECT_EQ(formula.Identifiers(), (Names{"E"}));
+  EXPECT_DOUBLE_EQ(formula.Evaluate([](size_t) { return I(5); }, false).AsFloat(),
+                   10 + 3.14159265358979323846);
+}
+
+TEST(FormulaSyntax, WhitespaceIsIgnored) {
+  EXPECT_EQ(EvalInt(" \t1\n+\r\n2 "), 3);
+  EXPECT_EQ(EvalInt("1<<2"), 4);
+  EXPECT_EQ(EvalInt("1<>2"), 1);
+  EXPECT_EQ(EvalInt("2<=2"), 1);
+  EXPECT_EQ(EvalInt("ROUND ( 2.5 , 0 )"), 3);
+}
+
+// Every malformed formula gives a RuntimeException whose text names the reason, the position
+// and the formula.
+struct BadFormula {
+  std::string Text;
+  const char* Reason;
+  int Position;
+};
+
+void PrintTo(const BadFormula& bad, std::ostream* os) {
+  *os << '"' << bad.Text.c_str() << '"';
+}
+
+class FormulaBadInput : public ::testing::TestWithParam<BadFormula> {};
+
+TEST_P(FormulaBadInput, ThrowsRuntimeExceptionWithPosition) {
+  const BadFormula& bad = GetParam();
+  try {
+    CFormula formula(bad.Text);
+    FAIL() << "accepted '" << bad.Text << "'";
+  } catch (const GenICam::RuntimeException& e) {
+    const std::string text = e.GetDescription();
+    EXPECT_NE(text.find(bad.Reason), std::string::npos) << text;
+    EXPECT_NE(text.find("position " + std::to_string(bad.Position) + ":"), std::string::npos)
+        << text;
+    // Control characters are shown as blanks so that the message stays on one line.
+    std::string shown = bad.Text.substr(0, 40);
+    for (char& c : shown)
+      if (static_cast<unsigned char>(c) < 0x20)
+        c = ' ';
+    EXPECT_NE(text.find("in '" + shown), std::string::npos) << text;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, FormulaBadInput,
+    ::testing::Values(BadFormula{"", "empty formula", 1}, BadFormula{"   ", "empty formula", 4},
+                      BadFormula{"(1+2", "missing ')'", 5}, BadFormula{"1+2)", "unbalanced ')'", 4},
+                      BadFormula{"ABS(1", "missing ')'", 6}, BadFormula{"1+", "operand missing", 3},
+                      BadFormula{"1 * (2 +)", "operand expected instead of ')'", 9},
+                      BadFormula{"*2", "operand expected instead of '*'", 1},
+                      BadFormula{"()", "operand expected instead of ')'", 2},
+                      BadFormula{"FOO(1)", "unknown function 'FOO'", 1},
+                      BadFormula{"ABS()", "ABS takes 1 argument(s), not 0", 1},
+                      BadFormula{"2*ABS(1,2)", "ABS takes 1 argument(s), not 2", 3},
+                      BadFormula{"ROUND(1,2,3)", "ROUND takes 1 or 2 argument(s), not 3", 1},
+                      BadFormula{"1 ? 2", "':' expected instead of end of formula", 6},
+                      BadFormula{"1 2", "operator expected instead of number '2'", 3},
+                      BadFormula{"A B", "operator expected instead of 'B'", 3},
+                      BadFormula{"1,2", "operator expected instead of ','", 2},
+                      BadFormula{"1 == 2", "operand expected instead of '='", 4},
+                      BadFormula{"1 ! 2", "operator expected instead of '!'", 3},
+                      BadFormula{"0x", "hexadecimal number without digits", 1},
+                      BadFormula{"1+0x1G", "malformed number", 3},
+                      BadFormula{"0x10000000000000000", "exceeds 64 bits", 1},
+                      BadFormula{"1e+", "exponent without digits", 1},
+                      BadFormula{"2A", "malformed number", 1},
+                      BadFormula{"1.2.3", "malformed number", 1},
+                      BadFormula{"1 $ 2", "unexpected character '$'", 3},
+                      BadFormula{"1 + \x01", "unexpected byte 0x01", 5},
+                      BadFormula{std::string("1 +\0 2", 6), "unexpected byte 0x00", 4}));
+
+TEST(FormulaSyntax, LongMessagesKeepTheReasonAndPosition) {
+  const std::string text = std::string(300, 'A') + " +";
+  try {
+    CFormula formula(text);
+    FAIL();
+  } catch (const GenICam::RuntimeException& e) {
+    EXPECT_NE(std::string(e.GetDescription()).find("position 303: operand missing"),
+              std::string::npos)
+        << e.GetDescription();
+  }
+}
+
+TEST(FormulaNesting, ReasonableDepthIsAccepted) {
+  const std::string parens = std::string(200, '(') + "1" + std::string(200, ')');
+  EXPECT_EQ(EvalInt(parens), 1);
+  std::string chain = "1";
+  for (int i = 0; i < 999; ++i)
+    chain += "+1";
+  EXPECT_EQ(EvalInt(chain), 1000);
+}
+
+TEST(FormulaNesting, ExcessiveDepthIsRejectedWithoutExhaustingTheStack) {
+  const std::string deep[] = {
+      std::string(100000, '(') + "1" + std::string(100000, ')'),
+      std::string(100000, '-') + "1",
+      std::string(100000, '~') + "1",
+      [] {
+        std::string s;
+        for (int i = 0; i < 50000; ++i)
+          s += "2**";
+        return s + "2";
+      }(),
+      [] {
+        std::string s;
+        for (int i = 0; i < 50000; ++i)
+          s += "1?";
+        s += "1";
+        for (int i = 0; i < 50000; ++i)
+          s += ":1";
+        return s;
+      }(),
+      [] {
+        std::string s;
+        for (int i = 0; i < 50000; ++i)
+          s += "ABS(";
+        return s + "1" + std::string(50000, ')');
+      }(),
+      [] {
+        std::string s = "1";
+        for (int i = 0; i < 100000; ++i)
+          s += "+1";
+        return s;
+      }(),
+  };
+  for (const std::string& text : deep) {
+    SCOPED_TRACE(text.substr(0, 12));
+    try {
+      CFormula formula(text);
+      FAIL() << "accepted";
+    } catch (const GenICam::RuntimeException& e) {
+      EXPECT_NE(std::string(e.GetDescription()).find("nested too deeply"), std::string::npos)
+          << e.GetDescription();
+    }
+  }
+}
+
+} // namespace
