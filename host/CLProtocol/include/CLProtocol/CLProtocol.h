@@ -42,38 +42,34 @@ typedef CLINT32(CLPROTOCOL* clpInitLib_t)(clp_logger_t logger, CLP_LOG_LEVEL_VAL
 typedef CLINT32(CLPROTOCOL* clpCloseLib_t)(void);
 typedef CLINT32(CLPROTOCOL* clpGetShortDeviceIDTemplates_t)(CLINT8* buffer, CLUINT32* bufferSize);
 typedef CLINT32(CLPROTOCOL* clpProbeDevice_t)(ISerial* serial, const CLINT8* deviceIDTemplate,
-                                               CLINT8* deviceID, CLUINT32* bufferSize,
-                                               CLUINT32* cookie, const CLUINT32 timeoutMs);
-typedef CLINT32(CLPROTOCOL* clpGetXMLIDs_t)(ISerial* serial, const CLUINT32 cookie,
-                                             CLINT8* buffer, CLUINT32* bufferSize,
-                                             const CLUINT32 timeoutMs);
+                                              CLINT8* deviceID, CLUINT32* bufferSize,
+                                              CLUINT32* cookie, const CLUINT32 timeoutMs);
+typedef CLINT32(CLPROTOCOL* clpGetXMLIDs_t)(ISerial* serial, const CLUINT32 cookie, CLINT8* buffer,
+                                            CLUINT32* bufferSize, const CLUINT32 timeoutMs);
 typedef CLINT32(CLPROTOCOL* clpGetXMLDescription_t)(ISerial* serial, const CLUINT32 cookie,
-                                                     const CLINT8* xmlID, CLINT8* buffer,
-                                                     CLUINT32* bufferSize,
-                                                     const CLUINT32 timeoutMs);
+                                                    const CLINT8* xmlID, CLINT8* buffer,
+                                                    CLUINT32* bufferSize, const CLUINT32 timeoutMs);
 typedef CLINT32(CLPROTOCOL* clpReadRegister_t)(ISerial* serial, const CLUINT32 cookie,
-                                                const CLINT64 address, CLINT8* buffer,
-                                                const CLINT64 bufferSize,
-                                                const CLUINT32 timeoutMs);
+                                               const CLINT64 address, CLINT8* buffer,
+                                               const CLINT64 bufferSize, const CLUINT32 timeoutMs);
 typedef CLINT32(CLPROTOCOL* clpWriteRegister_t)(ISerial* serial, const CLUINT32 cookie,
-                                                 const CLINT64 address, const CLINT8* buffer,
-                                                 const CLINT64 bufferSize,
-                                                 const CLUINT32 timeoutMs);
+                                                const CLINT64 address, const CLINT8* buffer,
+                                                const CLINT64 bufferSize, const CLUINT32 timeoutMs);
 typedef CLINT32(CLPROTOCOL* clpContinueWriteRegister_t)(ISerial* serial, const CLUINT32 cookie,
-                                                         const BOOL8 continueWaiting,
-                                                         const CLUINT32 timeoutMs);
+                                                        const BOOL8 continueWaiting,
+                                                        const CLUINT32 timeoutMs);
 typedef CLINT32(CLPROTOCOL* clpGetErrorText_t)(CLINT32 errorCode, CLINT8* errorText,
-                                                CLUINT32* errorTextSize, const CLUINT32 cookie);
+                                               CLUINT32* errorTextSize, const CLUINT32 cookie);
 typedef CLINT32(CLPROTOCOL* clpDisconnect_t)(const CLUINT32 cookie);
 typedef CLINT32(CLPROTOCOL* clpGetCLProtocolVersion_t)(CLUINT32* versionMajor,
-                                                        CLUINT32* versionMinor);
+                                                       CLUINT32* versionMinor);
 typedef CLINT32(CLPROTOCOL* clpGetParam_t)(ISerial* serial, const CLP_PARAMS param,
-                                            const CLUINT32 cookie, CLINT8* buffer,
-                                            const CLINT64 bufferSize, const CLUINT32 timeoutMs);
+                                           const CLUINT32 cookie, CLINT8* buffer,
+                                           const CLINT64 bufferSize, const CLUINT32 timeoutMs);
 typedef CLINT32(CLPROTOCOL* clpSetParam_t)(ISerial* serial, const CLP_PARAMS param,
-                                            const CLUINT32 cookie, const CLINT8* buffer,
-                                            const CLINT64 bufferSize, const CLUINT32 timeoutMs);
+                                           const CLUINT32 cookie, const CLINT8* buffer,
+                                           const CLINT64 bufferSize, const CLUINT32 timeoutMs);
 typedef CLINT32(CLPROTOCOL* clpIsParamSupported_t)(const CLP_PARAMS param);
 typedef CLINT32(CLPROTOCOL* clpGetEventData_t)(const CLUINT32 cookie, CLINT8* buffer,
-                                                CLUINT32* bufferSize);
+                                               CLUINT32* bufferSize);
 }

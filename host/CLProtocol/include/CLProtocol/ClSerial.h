@@ -19,8 +19,7 @@ typedef CLINT32(CLSERIALCC* clSerialWrite_t)(hSerRef serialRef, CLINT8* buffer,
 typedef void(CLSERIALCC* clSerialClose_t)(hSerRef serialRef);
 typedef CLINT32(CLSERIALCC* clGetNumBytesAvail_t)(hSerRef serialRef, CLUINT32* numBytes);
 typedef CLINT32(CLSERIALCC* clFlushPort_t)(hSerRef serialRef);
-typedef CLINT32(CLSERIALCC* clGetSupportedBaudRates_t)(hSerRef serialRef,
-                                                       CLUINT32* baudRates);
+typedef CLINT32(CLSERIALCC* clGetSupportedBaudRates_t)(hSerRef serialRef, CLUINT32* baudRates);
 typedef CLINT32(CLSERIALCC* clSetBaudRate_t)(hSerRef serialRef, CLUINT32 baudRate);
 typedef CLINT32(CLSERIALCC* clGetErrorText_t)(CLINT32 errorCode, CLINT8* errorText,
                                               CLUINT32* errorTextSize);

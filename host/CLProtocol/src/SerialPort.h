@@ -1,0 +1,35 @@
+#pragma once
+#include <CLProtocol/ISerial.h>
+
+namespace CLProtocol {
+
+class CSerialLibrary;
+
+//! One open port of a serial library, handed to drivers as their ISerial. The calls come from
+//! driver code through a C++ vtable: nothing may leave them as an exception.
+class CSerialPort : public ISerial {
+public:
+  //! Opens port `index`; the status is in Status(), the port is usable only when it is NO_ERR.
+  CSerialPort(const CSerialLibrary& library, CLUINT32 index);
+  ~CSerialPort();
+  CSerialPort(const CSerialPort&) = delete;
+  CSerialPort& operator=(const CSerialPort&) = delete;
+
+  CLINT32 Status() const { return m_status; }
+  const CSerialLibrary& Library() const { return m_library; }
+
+  CLINT32 CLPROTOCOL clSerialRead(CLINT8* buffer, CLUINT32* bufferSize,
+                                  CLUINT32 serialTimeout) override;
+  CLINT32 CLPROTOCOL clSerialWrite(CLINT8* buffer, CLUINT32* bufferSize,
+                                   CLUINT32 serialTimeout) override;
+  //! A library without the query is taken to support the wake-up rate 9600 only.
+  CLINT32 CLPROTOCOL clGetSupportedBaudRates(CLUINT32* baudRates) override;
+  CLINT32 CLPROTOCOL clSetBaudRate(CLUINT32 baudRate) override;
+
+private:
+  const CSerialLibrary& m_library;
+  hSerRef m_ref = nullptr;
+  CLINT32 m_status;
+};
+
+} // namespace CLProtocol
