@@ -147,7 +147,7 @@ TEST(FormulaArithmetic, LiteralsOfEveryForm) {
   EXPECT_EQ(EvalInt("0x00000000000000000001"), 1);
   EXPECT_DOUBLE_EQ(EvalFloat(".5 + 2.25 + 5."), 7.75);
   EXPECT_DOUBLE_EQ(EvalFloat("1e6 + 1e+05 + 25E-1"), 1100002.5);
-  EXPECT_TRUE(Evaluate("1e3", true).IsFloat == false);
+  EXPECT_FALSE(Evaluate("1e3", true).IsFloat);
   EXPECT_TRUE(Evaluate("1e3", false).IsFloat);
   EXPECT_DOUBLE_EQ(EvalFloat("99999999999999999999"), 1e20); // beyond int64: a double
 }

@@ -1,7 +1,5 @@
 #include "FormulaTestSupport.h"
 
-#include <Base/GCException.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
