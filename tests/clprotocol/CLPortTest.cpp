@@ -1,0 +1,290 @@
+// CCLPort against the fake serial library and the fake CLProtocol driver of this folder.
+#include <CLProtocol/CLPort.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <string>
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+using CLProtocol::CCLPort;
+using CLProtocol::CLErrException;
+using ::testing::ElementsAre;
+using ::testing::UnorderedElementsAre;
+
+namespace {
+
+const std::string kSerialDir = FAKE_SERIAL_DIR;
+const std::string kDriverRoot = FAKE_DRIVER_ROOT;
+const std::string kDriver = "libCLProtocolFake.so";
+const std::string kTemplate = kDriverRoot + "#" + kDriver + "#Fake";
+const std::string kCamTemplate = kDriverRoot + "#" + kDriver + "#Fake#Cam";
+const std::string kFullID = kDriverRoot + "#" + kDriver + "#Fake#Cam#Model1#V1#SN42";
+
+template <class F> F Control(void* handle, const char* name) {
+  void* p = ::dlsym(handle, name);
+  EXPECT_NE(p, nullptr) << name;
+  return reinterpret_cast<F>(p);
+}
+
+CLINT32 CodeOf(const std::function<void()>& f) {
+  try {
+    f();
+  } catch (const CLErrException& e) {
+    return e.GetCLErrorCode();
+  }
+  return CL_ERR_NO_ERR;
+}
+
+class CLPortTest : public ::testing::Test {
+protected:
+  static void SetUpTestSuite() {
+    s_driver = ::dlopen(FAKE_DRIVER_MODULE, RTLD_NOW);
+    s_serial = ::dlopen((kSerialDir + "/clserfak.so").c_str(), RTLD_NOW);
+    ASSERT_NE(s_driver, nullptr);
+    ASSERT_NE(s_serial, nullptr);
+  }
+
+  void SetUp() override {
+    m_tmp = fs::temp_directory_path() /
+            ("clport-" + std::to_string(::getpid()) + "-" +
+             ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::create_directories(m_tmp / "root");
+    // Nothing installed: only what the test points at is found.
+    ::setenv("VORLA_ROOT", (m_tmp / "root").c_str(), 1);
+    ::setenv("CLSERIALPATH", kSerialDir.c_str(), 1);
+    ::setenv("GENICAM_CLPROTOCOL", kDriverRoot.c_str(), 1);
+    Control<void (*)()>(s_driver, "fakeDriverReset")();
+    Control<void (*)(CLUINT32)>(s_serial, "fakeSerialSetSupported")(0xFF);
+  }
+
+  void TearDown() override {
+    ::unsetenv("VORLA_ROOT");
+    ::unsetenv("CLSERIALPATH");
+    ::unsetenv("GENICAM_CLPROTOCOL");
+    std::error_code ec;
+    fs::remove_all(m_tmp, ec);
+  }
+
+  static void* s_driver;
+  static void* s_serial;
+  fs::path m_tmp;
+};
+
+void* CLPortTest::s_driver = nullptr;
+void* CLPortTest::s_serial = nullptr;
+
+TEST_F(CLPortTest, PortIDsNameManufacturerAndPortOfEveryLibraryOnce) {
+  // A second folder with the same library under another valid name, and files whose names
+  // are no serial library names.
+  fs::create_directories(m_tmp / "more");
+  fs::create_symlink(kSerialDir + "/clserfak.so", m_tmp / "more" / "clserxyz.so");
+  fs::create_symlink(kSerialDir + "/clserfak.so", m_tmp / "more" / "clserabcd.so");
+  fs::create_symlink(kSerialDir + "/clserfak.so", m_tmp / "more" / "libclserabc.so");
+  ::setenv("CLSERIALPATH", (kSerialDir + ":" + (m_tmp / "more").string()).c_str(), 1);
+  GenICam::gcstring_vector ids;
+  CCLPort::GetPortIDs(ids);
+  EXPECT_THAT(ids, ElementsAre("Fake#echo", "Fake#dead", "Fake#busy"));
+
+  ::unsetenv("CLSERIALPATH");
+  CCLPort::GetPortIDs(ids);
+  EXPECT_TRUE(ids.empty());
+}
+
+TEST_F(CLPortTest, TemplatesComeFromEveryDriverFolderWithDirectoryAndFile) {
+  fs::create_directories(m_tmp / "a" / "Linux64_x64");
+  fs::create_directories(m_tmp / "b" / "Linux64_x64");
+  const std::string fake = FAKE_DRIVER_MODULE;
+  // Release and debug side by side: only the release counts; a lone debug build stands in.
+  fs::create_symlink(fake, m_tmp / "a" / "Linux64_x64" / "libA.so");
+  fs::create_symlink(fake, m_tmp / "a" / "Linux64_x64" / "libA.debug.so");
+  fs::create_symlink(fake, m_tmp / "b" / "Linux64_x64" / "libB.debug.so");
+  fs::create_symlink(fake, m_tmp / "b" / "Linux64_x64" / "notadriver.so");
+  const std::string a = (m_tmp / "a").string(), b = (m_tmp / "b").string();
+  ::setenv("GENICAM_CLPROTOCOL", (kDriverRoot + ":" + a + "/:" + b + ":" + kDriverRoot).c_str(), 1);
+  GenICam::gcstring_vector templates;
+  CCLPort::GetDeviceIDTemplates(templates);
+  EXPECT_THAT(templates,
+              ElementsAre(kTemplate, kCamTemplate, a + "#libA.so#Fake", a + "#libA.so#Fake#Cam",
+                          b + "#libB.debug.so#Fake", b + "#libB.debug.so#Fake#Cam"));
+  // One file, loaded and initialised once however often it is found.
+  EXPECT_EQ(Control<int (*)()>(s_driver, "fakeDriverInitCalls")(), 1);
+}
+
+TEST_F(CLPortTest, ProbeAnswersTheFullDeviceIDAndClosesThePort) {
+  EXPECT_EQ(CCLPort::ProbeDevice("Fake#echo", kTemplate, 321), kFullID);
+  EXPECT_EQ(Control<CLUINT32 (*)()>(s_serial, "fakeSerialLastReadTimeout")(), 321u);
+  EXPECT_EQ(std::string(Control<const char* (*)()>(s_driver, "fakeDriverLastProbeQuery")()),
+            kTemplate);
+  EXPECT_EQ(Control<int (*)()>(s_serial, "fakeSerialOpenCount")(), 0);
+  EXPECT_EQ(Control<int (*)()>(s_driver, "fakeDriverConnections")(), 0);
+  // A driver that answers the full form is taken as it is.
+  Control<void (*)(const char*)>(s_driver, "fakeDriverSetAnswer")(kFullID.c_str());
+  EXPECT_EQ(CCLPort::ProbeDevice("Fake#echo", kTemplate), kFullID);
+}
+
+TEST_F(CLPortTest, ProbeWithoutCameraIsEmptyAndSilentLineIsTimeout) {
+  Control<void (*)(CLINT32)>(s_driver, "fakeDriverSetProbeStatus")(CL_ERR_NO_DEVICE_FOUND);
+  EXPECT_EQ(CCLPort::ProbeDevice("Fake#echo", kTemplate), "");
+  Control<void (*)(CLINT32)>(s_driver, "fakeDriverSetProbeStatus")(CL_ERR_NO_ERR);
+  EXPECT_EQ(CodeOf([] { CCLPort::ProbeDevice("Fake#dead", kTemplate); }), CL_ERR_TIMEOUT);
+  EXPECT_EQ(Control<int (*)()>(s_serial, "fakeSerialOpenCount")(), 0);
+}
+
+TEST_F(CLPortTest, ProbeErrorsCarryCodeAndBestText) {
+  Control<void (*)(CLINT32)>(s_driver, "fakeDriverSetProbeStatus")(-30209);
+  try {
+    CCLPort::ProbeDevice("Fake#echo", kTemplate);
+    FAIL() << "no exception";
+  } catch (const CLErrException& e) {
+    EXPECT_EQ(e.GetCLErrorCode(), -30209);
+    EXPECT_STREQ(e.GetDescription(), "Fake camera went away"); // the driver's own text
+  }
+  try {
+    CCLPort::ProbeDevice("Fake#busy", kTemplate);
+    FAIL() << "no exception";
+  } catch (const CLErrException& e) {
+    EXPECT_EQ(e.GetCLErrorCode(), CL_ERR_PORT_IN_USE);
+    EXPECT_STREQ(e.GetDescription(), "Fake port is busy"); // the serial library's text
+  }
+  EXPECT_EQ(CodeOf([] { CCLPort::ProbeDevice("Fake#nosuchport", kTemplate); }),
+            CL_ERR_INVALID_INDEX);
+  EXPECT_EQ(CodeOf([] { CCLPort::ProbeDevice("Fake#echo", "garbage"); }), CL_ERR_INVALID_DEVICEID);
+}
+
+TEST_F(CLPortTest, CameraAnswersCannotSteerTheDriver) {
+  const char* const answers[] = {"/tmp/evil#libEvil.so#Fake#Cam", "Fake#Cam#Mod el",
+                                 "Fake#Cam#../../x", "A#B#C#D#E#F"};
+  for (const char* answer : answers) {
+    Control<void (*)(const char*)>(s_driver, "fakeDriverSetAnswer")(answer);
+    EXPECT_EQ(CodeOf([] { CCLPort::ProbeDevice("Fake#echo", kTemplate); }), CL_ERR_INVALID_DEVICEID)
+        << answer;
+  }
+}
+
+TEST_F(CLPortTest, OnlyDiscoveredDriversAreEverLoaded) {
+  // A driver-shaped file outside every driver folder.
+  fs::create_directories(m_tmp / "evil" / "Linux64_x64");
+  const fs::path evil = m_tmp / "evil" / "Linux64_x64" / "libEvil.so";
+  fs::copy_file(FAKE_DRIVER_MODULE, evil);
+  const std::string id = (m_tmp / "evil").string() + "#libEvil.so#Fake#Cam#Model1#V1#SN42";
+  CCLPort port;
+  EXPECT_EQ(CodeOf([&] { port.Connect("Fake#echo", id); }), CL_ERR_INVALID_DEVICEID);
+  EXPECT_EQ(CodeOf([&] { CCLPort::ProbeDevice("Fake#echo", id); }), CL_ERR_INVALID_DEVICEID);
+  EXPECT_EQ(::dlopen(evil.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr);
+  EXPECT_FALSE(port.IsConnected());
+  EXPECT_EQ(port.GetAccessMode(), GenApi::NA);
+}
+
+TEST_F(CLPortTest, ConnectReadsAndWritesRegisters) {
+  CCLPort port;
+  EXPECT_EQ(port.GetSerialTimeOut(), 500u);
+  port.SetSerialTimeOut(400);
+  port.Connect("Fake#echo", kCamTemplate);
+  EXPECT_EQ(port.GetDeviceID(), kFullID);
+  EXPECT_EQ(port.GetAccessMode(), GenApi::RW);
+  EXPECT_EQ(Control<CLUINT32 (*)()>(s_serial, "fakeSerialLastReadTimeout")(), 400u);
+  const unsigned char out[4] = {1, 2, 3, 4};
+  port.Write(out, 16, 4);
+  unsigned char in[4] = {};
+  port.Read(in, 16, 4);
+  EXPECT_EQ(std::memcmp(in, out, 4), 0);
+  EXPECT_EQ(Control<int (*)()>(s_driver, "fakeDriverConnections")(), 1);
+  port.Disconnect();
+  EXPECT_EQ(Control<int (*)()>(s_driver, "fakeDriverConnections")(), 0);
+  EXPECT_EQ(Control<int (*)()>(s_serial, "fakeSerialOpenCount")(), 0);
+  EXPECT_THROW(port.Read(in, 16, 4), GenICam::AccessException);
+}
+
+TEST_F(CLPortTest, DestructorDisconnectsAndClosesThePort) {
+  {
+    CCLPort port;
+    port.Connect("Fake#echo", kFullID);
+    EXPECT_EQ(Control<int (*)()>(s_serial, "fakeSerialOpenCount")(), 1);
+  }
+  EXPECT_EQ(Control<int (*)()>(s_serial, "fakeSerialOpenCount")(), 0);
+  EXPECT_EQ(Control<int (*)()>(s_driver, "fakeDriverConnections")(), 0);
+}
+
+TEST_F(CLPortTest, PendingWritesAreWaitedOutAndEndlessOnesCancelled) {
+  CCLPort port;
+  port.Connect("Fake#echo", kFullID);
+  const unsigned char v = 9;
+  Control<void (*)(int)>(s_driver, "fakeDriverSetPendingWrites")(3);
+  port.Write(&v, 0, 1);
+  EXPECT_EQ(Control<int (*)()>(s_driver, "fakeDriverContinuations")(), 3);
+  EXPECT_FALSE(Control<bool (*)()>(s_driver, "fakeDriverCancelled")());
+
+  Control<void (*)(int)>(s_driver, "fakeDriverSetPendingWrites")(1 << 30);
+  EXPECT_EQ(CodeOf([&] { port.Write(&v, 0, 1); }), CL_ERR_TIMEOUT);
+  EXPECT_TRUE(Control<bool (*)()>(s_driver, "fakeDriverCancelled")());
+}
+
+TEST_F(CLPortTest, RegisterErrorsCarryCodeAndText) {
+  CCLPort port;
+  port.Connect("Fake#echo", kFullID);
+  unsigned char b[2] = {};
+  try {
+    port.Write(b, 0xDEAD, 2);
+    FAIL() << "no exception";
+  } catch (const CLErrException& e) {
+    EXPECT_EQ(e.GetCLErrorCode(), -30209);
+    EXPECT_STREQ(e.GetDescription(), "Fake camera went away");
+  }
+  try {
+    port.Read(b, 0xBEEF, 2);
+    FAIL() << "no exception";
+  } catch (const CLErrException& e) {
+    EXPECT_EQ(e.GetCLErrorCode(), CL_ERR_TIMEOUT);
+    EXPECT_STREQ(e.GetDescription(), "Timeout"); // nobody has a better text: the standard one
+  }
+  EXPECT_THROW(port.Read(nullptr, 0, 2), GenICam::InvalidArgumentException);
+}
+
+TEST_F(CLPortTest, BaudRatesOfCameraAndPortTogether) {
+  CCLPort port;
+  CLUINT32 mask = 99;
+  EXPECT_NE(port.SupportedBaudrates(mask), CL_ERR_NO_ERR);
+  EXPECT_EQ(mask, 0u);
+  port.Connect("Fake#echo", kFullID);
+  Control<void (*)(CLUINT32)>(s_serial, "fakeSerialSetSupported")(0x0F | 0x40);
+  ASSERT_EQ(port.SupportedBaudrates(mask), CL_ERR_NO_ERR);
+  EXPECT_EQ(mask, 0x0Fu); // camera 0x1F
+  port.SetDeviceBauderate(CL_BAUDRATE_57600);
+  EXPECT_EQ(port.GetDeviceBauderate(), static_cast<CLUINT32>(CL_BAUDRATE_57600));
+  EXPECT_EQ(Control<CLUINT32 (*)()>(s_serial, "fakeSerialBaud")(),
+            static_cast<CLUINT32>(CL_BAUDRATE_57600));
+  EXPECT_EQ(CodeOf([&] { port.SetDeviceBauderate(CL_BAUDRATE_921600); }), CL_ERR_PARAM_DATA_VALUE);
+}
+
+TEST_F(CLPortTest, XmlIsTheBestMatchingOneDownloadedAtTheFastestRate) {
+  CCLPort port;
+  port.Connect("Fake#echo", kFullID);
+  GenICam::gcstring xml;
+  port.GetXML(xml);
+  // Camera 0x1F and port 0xFF: 115200 (0x10) during the download, 9600 again afterwards.
+  EXPECT_EQ(xml, "<xml id='SchemaVersion.1.1@Fake#Cam@XMLVersion.2.0.0' baud='16'/>");
+  EXPECT_EQ(port.GetDeviceBauderate(), static_cast<CLUINT32>(CL_BAUDRATE_9600));
+  EXPECT_EQ(Control<CLUINT32 (*)()>(s_serial, "fakeSerialBaud")(),
+            static_cast<CLUINT32>(CL_BAUDRATE_9600));
+
+  port.GetXML(xml, false);
+  EXPECT_EQ(xml, "<xml id='SchemaVersion.1.1@Fake#Cam@XMLVersion.2.0.0' baud='1'/>");
+
+  Control<void (*)(const char*)>(s_driver,
+                                 "fakeDriverSetXMLIDs")("SchemaVersion.1.0@Other@XMLVersion.1.0.0");
+  port.GetXML(xml);
+  EXPECT_EQ(xml, ""); // nothing for this camera
+  Control<void (*)(const char*)>(s_driver, "fakeDriverSetXMLIDs")("");
+  port.GetXML(xml);
+  EXPECT_EQ(xml, "");
+}
+
+} // namespace
