@@ -1,0 +1,97 @@
+#include <platform/TimerQueue.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+using Vorla::Platform::CTimerQueue;
+using namespace std::chrono_literals;
+
+namespace {
+// Counts calls and lets a test wait for them.
+struct Probe {
+  std::mutex lock;
+  std::condition_variable called;
+  int calls = 0;
+  bool WaitFor(int n) {
+    std::unique_lock<std::mutex> guard(lock);
+    return called.wait_for(guard, 5s, [&] { return calls >= n; });
+  }
+  static void Count(void* self) {
+    auto* p = static_cast<Probe*>(self);
+    std::lock_guard<std::mutex> guard(p->lock);
+    ++p->calls;
+    p->called.notify_all();
+  }
+};
+} // namespace
+
+TEST(TimerQueue, OneShotTimersFireOnceAndStayDeletable) {
+  CTimerQueue queue;
+  Probe probe;
+  const auto timer = queue.CreateTimer(1, &Probe::Count, &probe);
+  ASSERT_NE(timer, 0u);
+  ASSERT_TRUE(probe.WaitFor(1));
+  std::this_thread::sleep_for(20ms);
+  EXPECT_EQ(probe.calls, 1);
+  EXPECT_TRUE(queue.DeleteTimer(timer)); // a fired timer is still known until deleted
+  EXPECT_FALSE(queue.DeleteTimer(timer));
+  EXPECT_FALSE(queue.DeleteTimer(0));
+}
+
+TEST(TimerQueue, DeletedTimersNeverFire) {
+  Probe probe;
+  {
+    CTimerQueue queue;
+    const auto timer = queue.CreateTimer(60'000, &Probe::Count, &probe);
+    EXPECT_TRUE(queue.DeleteTimer(timer));
+    queue.CreateTimer(60'000, &Probe::Count, &probe); // dropped with the queue
+  }
+  EXPECT_EQ(probe.calls, 0);
+}
+
+TEST(TimerQueue, DeletionWaitsForARunningCallback) {
+  struct Slow {
+    std::atomic<bool> started{false};
+    std::atomic<bool> finished{false};
+    static void Run(void* self) {
+      auto* s = static_cast<Slow*>(self);
+      s->started = true;
+      std::this_thread::sleep_for(50ms);
+      s->finished = true;
+    }
+  } slow;
+  CTimerQueue queue;
+  const auto timer = queue.CreateTimer(0, &Slow::Run, &slow);
+  while (!slow.started)
+    std::this_thread::yield();
+  EXPECT_TRUE(queue.DeleteTimer(timer));
+  EXPECT_TRUE(slow.finished);
+}
+
+TEST(TimerQueue, ACallbackMayDeleteItsOwnTimer) {
+  struct SelfDeleting {
+    CTimerQueue* queue;
+    std::atomic<CTimerQueue::Handle> timer{0};
+    std::atomic<bool> deleted{false};
+    std::atomic<bool> onQueueThread{false};
+    static void Run(void* self) {
+      auto* s = static_cast<SelfDeleting*>(self);
+      s->onQueueThread = s->queue->IsCallbackThread();
+      while (s->timer == 0)
+        std::this_thread::yield();
+      s->deleted = s->queue->DeleteTimer(s->timer);
+    }
+  };
+  CTimerQueue queue;
+  SelfDeleting s{&queue};
+  s.timer = queue.CreateTimer(0, &SelfDeleting::Run, &s);
+  while (!s.deleted)
+    std::this_thread::yield();
+  EXPECT_TRUE(s.onQueueThread);
+  EXPECT_FALSE(queue.IsCallbackThread());
+}
