@@ -1,0 +1,50 @@
+#pragma once
+#include "Connection.h"
+#include "Logger.h"
+
+#include <atomic>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace GenCPDriver {
+
+//! The driver's process-wide state: the connections behind cookies, the logger, the stop flag
+//! of running probes, and the last baud rate seen per line and camera so that a re-connect
+//! finds a camera that still runs faster than 9600.
+class CDriver {
+public:
+  static CDriver& Instance();
+
+  CLINT32 InitLib(clp_logger_t logger, CLINT32 level);
+  void CloseLib();
+  CLogger& Logger() { return m_Logger; }
+  std::atomic<bool>& StopProbe() { return m_StopProbe; }
+
+  //! Probes and, on success, registers the connection under a new cookie.
+  CLINT32 Probe(CLProtocol::ISerial* serial, const std::string& request, std::string& deviceId,
+                CLUINT32& cookie, std::uint32_t timeoutMs);
+  std::shared_ptr<CConnection> Find(CLUINT32 cookie);
+  bool Disconnect(CLUINT32 cookie);
+  //! Notes the rate a connection's camera runs at now.
+  void RememberBaudRate(CLProtocol::ISerial* serial, const CConnection& connection);
+
+private:
+  CDriver() = default;
+  std::vector<std::uint32_t> BaudCandidates(CLProtocol::ISerial* serial,
+                                            const std::string& deviceId, bool complete);
+
+  CLogger m_Logger;
+  std::atomic<bool> m_StopProbe{false};
+  // Guards the members below; owned by the driver, held only for map look-ups and updates.
+  std::mutex m_Mutex;
+  bool m_Initialised = false;
+  CLUINT32 m_NextCookie = 1;
+  std::map<CLUINT32, std::shared_ptr<CConnection>> m_Connections;
+  std::map<CLProtocol::ISerial*, std::uint32_t> m_LineBaud;
+  std::map<std::string, std::uint32_t> m_CameraBaud;
+};
+
+} // namespace GenCPDriver
