@@ -1,0 +1,142 @@
+#include "PortConfiguration.h"
+
+#include "CLBindingsFile.h"
+#include "VorlaCLSerLog.h"
+
+#include <platform/Environment.h>
+#include <platform/SystemPaths.h>
+#include <vorla/private/VorlaXercesHelper.h>
+
+#include <xercesc/util/PlatformUtils.hpp>
+#include <xercesc/util/XMLException.hpp>
+
+#include <filesystem>
+#include <mutex>
+#include <system_error>
+
+namespace Vorla {
+namespace {
+
+using GenICam::gcstring;
+
+const char kFileName[] = "PortConfiguration_x64.xml";
+
+// Xerces counts Initialize/Terminate without a lock of its own; this process-wide lock, owned
+// by the port configuration code, keeps our own calls from losing a count when two threads
+// enumerate at once. It is held only for the two calls, never during a parse.
+std::mutex g_xercesCountLock;
+
+void InitializeXerces() {
+  std::lock_guard<std::mutex> guard(g_xercesCountLock);
+  try {
+    xercesc::XMLPlatformUtils::Initialize();
+  } catch (const xercesc::XMLException& e) {
+    throw RUNTIME_EXCEPTION("%s: %s", "Failed to initialize Xerces",
+                            TranscodeAndTrim(e.getMessage()).c_str());
+  } catch (...) {
+    throw RUNTIME_EXCEPTION("%s: Unspecified exception occurred", "Failed to initialize Xerces");
+  }
+}
+
+void TerminateXerces() noexcept {
+  try {
+    std::lock_guard<std::mutex> guard(g_xercesCountLock);
+    xercesc::XMLPlatformUtils::Terminate();
+  } catch (...) {
+    vxlog::LogTrace(TlLog(), vxlog::Error, "Exception while deinitializing xerces");
+  }
+}
+
+// The file's modification time as one 64-bit number (nanosecond ticks of the file clock), so
+// that two writes within one second still differ.
+std::int64_t TimeValue(std::filesystem::file_time_type time) {
+  return static_cast<std::int64_t>(
+      std::chrono::duration_cast<std::chrono::nanoseconds>(time.time_since_epoch()).count());
+}
+
+} // namespace
+
+CPortConfiguration::CPortConfiguration(boost::recursive_mutex& transportLayerLock)
+    : m_lock(transportLayerLock) {}
+
+gcstring CPortConfiguration::BuildPath() {
+  gcstring folder;
+  // Set but empty means the current directory; only an unset variable selects the machine folder.
+  if (!Platform::GetEnv("VORLA_CL_BINDINGS", folder)) {
+    const gcstring machineFolder = Platform::MachineConfigFolder();
+    if (machineFolder.empty()) {
+      vxlog::LogTrace(TlLog(), vxlog::Error,
+                      "Couldn't get full path to the PortConfiguration.xml file.");
+      // Built directly: GENERIC_EXCEPTION does not compile for the base class itself.
+      throw GenICam::GenericException("Couldn't get full path to the PortConfiguration.xml file.",
+                                      __FILE__, __LINE__);
+    }
+    folder = Platform::PathAppend(Platform::PathAppend(machineFolder, "Hexmar"), "CLBindings");
+  }
+  return Platform::PathAppend(folder, kFileName);
+}
+
+unsigned int CPortConfiguration::LoadPortConfiguration() {
+  const gcstring path = BuildPath();
+
+  std::int64_t modificationTime = 0;
+  {
+    boost::recursive_mutex::scoped_lock guard(m_lock);
+    std::error_code ec;
+    const auto time = std::filesystem::last_write_time(path, ec);
+    if (ec == std::errc::no_such_file_or_directory) {
+      m_modificationTime = 0;
+      m_table.clear();
+      return 0;
+    }
+    // Any other status failure counts as a change: the parse reports what is wrong.
+    if (!ec) {
+      modificationTime = TimeValue(time);
+      if (m_path == path && m_modificationTime != 0 && m_modificationTime == modificationTime)
+        return static_cast<unsigned int>(m_table.size());
+    }
+  }
+
+  PortConfigurationTable table;
+  unsigned int count = 0;
+  bool initialized = false;
+  try {
+    InitializeXerces();
+    initialized = true;
+    count = CCLBindingsFile::ParseCLBindingsFile(path.c_str(), table);
+  } catch (const GenICam::GenericException& e) {
+    vxlog::LogTrace(TlLog(), vxlog::Error, "Could not read CLBindings (%s)", e.GetDescription());
+    if (initialized)
+      TerminateXerces();
+    throw;
+  } catch (...) {
+    // Keep Xerces' count balanced for other users in the process.
+    if (initialized)
+      TerminateXerces();
+    throw;
+  }
+  TerminateXerces();
+
+  boost::recursive_mutex::scoped_lock guard(m_lock);
+  m_modificationTime = modificationTime;
+  m_path = path;
+  m_table.swap(table);
+  return count;
+}
+
+PortConfigurationTable CPortConfiguration::GetTable() const {
+  boost::recursive_mutex::scoped_lock guard(m_lock);
+  return m_table;
+}
+
+gcstring CPortConfiguration::GetPath() const {
+  boost::recursive_mutex::scoped_lock guard(m_lock);
+  return m_path;
+}
+
+std::int64_t CPortConfiguration::GetModificationTime() const {
+  boost::recursive_mutex::scoped_lock guard(m_lock);
+  return m_modificationTime;
+}
+
+} // namespace Vorla

@@ -1,0 +1,122 @@
+#pragma once
+// Helpers of the port configuration tests: a scratch folder, environment and working-directory
+// guards, file writing with explicit modification times, and Xerces initialisation.
+#include <gtest/gtest.h>
+
+#include <xercesc/util/PlatformUtils.hpp>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace ConfigTest {
+
+namespace fs = std::filesystem;
+
+//! A fresh folder below the system's temporary folder, removed with everything in it.
+class CTempFolder {
+public:
+  CTempFolder() {
+    std::string pattern = (fs::temp_directory_path() / "vorla-config-XXXXXX").string();
+    if (!mkdtemp(pattern.data()))
+      throw std::runtime_error("mkdtemp failed");
+    m_path = pattern;
+  }
+  ~CTempFolder() {
+    std::error_code ec;
+    fs::remove_all(m_path, ec);
+  }
+  CTempFolder(const CTempFolder&) = delete;
+  CTempFolder& operator=(const CTempFolder&) = delete;
+
+  const fs::path& Path() const { return m_path; }
+  std::string File(const std::string& name) const { return (m_path / name).string(); }
+
+private:
+  fs::path m_path;
+};
+
+//! Restores an environment variable (or its absence) on destruction.
+class CEnvGuard {
+public:
+  explicit CEnvGuard(const char* name) : m_name(name) {
+    const char* value = std::getenv(name);
+    m_wasSet = value != nullptr;
+    if (value)
+      m_value = value;
+  }
+  ~CEnvGuard() {
+    if (m_wasSet)
+      setenv(m_name.c_str(), m_value.c_str(), 1);
+    else
+      unsetenv(m_name.c_str());
+  }
+  CEnvGuard(const CEnvGuard&) = delete;
+  CEnvGuard& operator=(const CEnvGuard&) = delete;
+
+  void Set(const std::string& value) const { setenv(m_name.c_str(), value.c_str(), 1); }
+  void Unset() const { unsetenv(m_name.c_str()); }
+
+private:
+  std::string m_name;
+  std::string m_value;
+  bool m_wasSet = false;
+};
+
+//! Changes the working directory and changes it back on destruction.
+class CWorkingDirectoryGuard {
+public:
+  explicit CWorkingDirectoryGuard(const fs::path& folder) : m_previous(fs::current_path()) {
+    fs::current_path(folder);
+  }
+  ~CWorkingDirectoryGuard() {
+    std::error_code ec;
+    fs::current_path(m_previous, ec);
+  }
+  CWorkingDirectoryGuard(const CWorkingDirectoryGuard&) = delete;
+  CWorkingDirectoryGuard& operator=(const CWorkingDirectoryGuard&) = delete;
+
+private:
+  fs::path m_previous;
+};
+
+//! Holds Xerces initialised, as the transport layer does around a parse.
+class CXercesScope {
+public:
+  CXercesScope() { xercesc::XMLPlatformUtils::Initialize(); }
+  ~CXercesScope() { xercesc::XMLPlatformUtils::Terminate(); }
+  CXercesScope(const CXercesScope&) = delete;
+  CXercesScope& operator=(const CXercesScope&) = delete;
+};
+
+//! Modification times set explicitly, whole seconds apart, so that no test sleeps.
+inline fs::file_time_type FixedTime(int secondsOffset) {
+  static const auto base =
+      std::chrono::time_point_cast<std::chrono::seconds>(fs::file_time_type::clock::now());
+  return base + std::chrono::seconds(secondsOffset);
+}
+
+inline void WriteFile(const std::string& path, const std::string& text, int secondsOffset = 0) {
+  {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out << text;
+    if (!out)
+      throw std::runtime_error("could not write " + path);
+  }
+  fs::last_write_time(path, FixedTime(secondsOffset));
+}
+
+//! A configuration document with the given Port elements inside one root element.
+inline std::string Document(const std::string& ports) {
+  return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<PortConfiguration>\n" + ports +
+         "</PortConfiguration>\n";
+}
+
+inline std::string Port(const std::string& id, const std::string& enabled = "yes",
+                        const std::string& more = "") {
+  return "  <Port><ID>" + id + "</ID><Enabled>" + enabled + "</Enabled>" + more + "</Port>\n";
+}
+
+} // namespace ConfigTest

@@ -1,0 +1,261 @@
+// Where the port configuration file is looked for, when it is read again, and what stays after a
+// failure.
+#include "PortConfiguration.h"
+#include "ConfigTestSupport.h"
+
+#include <Base/GCException.h>
+#include <VorlaBase/Logging.h>
+
+#include <gmock/gmock.h>
+
+#include <thread>
+
+using namespace ConfigTest;
+using ::testing::StartsWith;
+using Vorla::CPortConfiguration;
+
+namespace {
+
+const char kFileName[] = "PortConfiguration_x64.xml";
+
+class PortConfiguration : public ::testing::Test {
+protected:
+  PortConfiguration() { m_bindings.Set(m_folder.Path().string()); }
+
+  void Write(const std::string& text, int secondsOffset = 0) {
+    WriteFile(m_path, text, secondsOffset);
+  }
+  size_t Reads() const { return m_log.CountContaining("Trying to load CLBindings from file"); }
+  std::string LoadError() {
+    try {
+      m_config.LoadPortConfiguration();
+    } catch (const GenICam::RuntimeException& e) {
+      return e.GetDescription();
+    }
+    ADD_FAILURE() << "no RuntimeException";
+    return {};
+  }
+
+  CEnvGuard m_bindings{"VORLA_CL_BINDINGS"};
+  CEnvGuard m_xdg{"XDG_CONFIG_DIRS"};
+  CTempFolder m_folder;
+  std::string m_path = m_folder.File(kFileName);
+  boost::recursive_mutex m_lock;
+  CPortConfiguration m_config{m_lock};
+  vxlog::CLogCapture m_log;
+};
+
+TEST_F(PortConfiguration, PathFromTheVariableNamingAFolder) {
+  m_bindings.Set("/opt/cameras");
+  EXPECT_EQ(CPortConfiguration::BuildPath(), "/opt/cameras/PortConfiguration_x64.xml");
+  m_bindings.Set("/opt/cameras/");
+  EXPECT_EQ(CPortConfiguration::BuildPath(), "/opt/cameras/PortConfiguration_x64.xml");
+}
+
+TEST_F(PortConfiguration, PathOfAnEmptyVariableIsRelativeToTheCurrentDirectory) {
+  m_bindings.Set("");
+  m_xdg.Set("/must/not/be/used");
+  EXPECT_EQ(CPortConfiguration::BuildPath(), kFileName);
+}
+
+TEST_F(PortConfiguration, PathWithoutTheVariableIsInTheMachineFolder) {
+  m_bindings.Unset();
+  m_xdg.Set("/srv/xdg:/etc/xdg");
+  EXPECT_EQ(CPortConfiguration::BuildPath(),
+            "/srv/xdg/Hexmar/CLBindings/PortConfiguration_x64.xml");
+  m_xdg.Unset();
+  EXPECT_EQ(CPortConfiguration::BuildPath(),
+            "/etc/xdg/Hexmar/CLBindings/PortConfiguration_x64.xml");
+}
+
+TEST_F(PortConfiguration, StartsEmpty) {
+  EXPECT_TRUE(m_config.GetTable().empty());
+  EXPECT_EQ(m_config.GetPath(), "");
+  EXPECT_EQ(m_config.GetModificationTime(), 0);
+}
+
+TEST_F(PortConfiguration, MissingFileGivesAnEmptyTableWithoutParsing) {
+  EXPECT_EQ(m_config.LoadPortConfiguration(), 0u);
+  EXPECT_TRUE(m_config.GetTable().empty());
+  EXPECT_EQ(m_config.GetModificationTime(), 0);
+  EXPECT_TRUE(m_log.Entries().empty());
+}
+
+TEST_F(PortConfiguration, RemovedFileEmptiesTheTable) {
+  Write(Document(Port("TTY#ttyS0")));
+  ASSERT_EQ(m_config.LoadPortConfiguration(), 1u);
+  fs::remove(m_path);
+  EXPECT_EQ(m_config.LoadPortConfiguration(), 0u);
+  EXPECT_TRUE(m_config.GetTable().empty());
+  EXPECT_EQ(m_config.GetModificationTime(), 0);
+  // Written back with the very same time, it is read again: nothing is cached any more.
+  Write(Document(Port("TTY#ttyS0")));
+  EXPECT_EQ(m_config.LoadPortConfiguration(), 1u);
+  EXPECT_EQ(Reads(), 2u);
+}
+
+TEST_F(PortConfiguration, UnchangedFileIsNotParsedAgain) {
+  Write(Document(Port("TTY#ttyS0") + Port("TTY#ttyS1", "no")));
+  EXPECT_EQ(m_config.LoadPortConfiguration(), 2u);
+  EXPECT_EQ(m_config.GetPath(), m_path);
+  EXPECT_NE(m_config.GetModificationTime(), 0);
+  EXPECT_EQ(m_log.Count("Trying to load CLBindings from file '" + m_path + "'"), 1u);
+
+  EXPECT_EQ(m_config.LoadPortConfiguration(), 2u);
+  EXPECT_EQ(m_config.LoadPortConfiguration(), 2u);
+  EXPECT_EQ(Reads(), 1u);
+  EXPECT_EQ(m_config.GetTable().size(), 2u);
+}
+
+TEST_F(PortConfiguration, NewModificationTimeCausesARead) {
+  Write(Document(Port("TTY#ttyS0")), 0);
+  ASSERT_EQ(m_config.LoadPortConfiguration(), 1u);
+  const auto firstTime = m_config.GetModificationTime();
+
+  Write(Document(Port("TTY#ttyS0") + Port("TTY#ttyS1")), 1);
+  EXPECT_EQ(m_config.LoadPortConfiguration(), 2u);
+  EXPECT_EQ(Reads(), 2u);
+  EXPECT_NE(m_config.GetModificationTime(), firstTime);
+  EXPECT_EQ(m_config.GetTable()[1].ID, "TTY#ttyS1");
+
+  // Only the time counts: older is as good as newer, and the same content is read again.
+  fs::last_write_time(m_path, FixedTime(-5));
+  EXPECT_EQ(m_config.LoadPortConfiguration(), 2u);
+  EXPECT_EQ(Reads(), 3u);
+}
+
+TEST_F(PortConfiguration, NewPathCausesAReadEvenWithTheSameTime) {
+  CTempFolder other;
+  Write(Document(Port("first")), 0);
+  WriteFile(other.File(kFileName), Document(Port("second") + Port("third")), 0);
+  ASSERT_EQ(m_config.LoadPortConfiguration(), 1u);
+
+  m_bindings.Set(other.Path().string());
+  EXPECT_EQ(m_config.LoadPortConfiguration(), 2u);
+  EXPECT_EQ(m_config.GetPath(), other.File(kFileName));
+  EXPECT_EQ(m_config.GetTable()[0].ID, "second");
+  EXPECT_EQ(Reads(), 2u);
+}
+
+TEST_F(PortConfiguration, EmptyVariableReadsFromTheCurrentDirectory) {
+  Write(Document(Port("here")));
+  CWorkingDirectoryGuard cwd(m_folder.Path());
+  m_bindings.Set("");
+  EXPECT_EQ(m_config.LoadPortConfiguration(), 1u);
+  EXPECT_EQ(m_config.GetPath(), kFileName);
+  EXPECT_EQ(m_log.Count("Trying to load CLBindings from file 'PortConfiguration_x64.xml'"), 1u);
+  EXPECT_EQ(m_config.GetTable()[0].ID, "here");
+}
+
+TEST_F(PortConfiguration, UnsetVariableReadsFromTheMachineFolder) {
+  const fs::path folder = m_folder.Path() / "xdg" / "Hexmar" / "CLBindings";
+  fs::create_directories(folder);
+  WriteFile((folder / kFileName).string(), Document(Port("machine")));
+  m_bindings.Unset();
+  m_xdg.Set((m_folder.Path() / "xdg").string() + ":" + m_folder.Path().string());
+  EXPECT_EQ(m_config.LoadPortConfiguration(), 1u);
+  EXPECT_EQ(m_config.GetPath(), (folder / kFileName).string());
+  EXPECT_EQ(m_config.GetTable()[0].ID, "machine");
+}
+
+TEST_F(PortConfiguration, FailedReadKeepsTheLastGoodState) {
+  Write(Document(Port("good")), 0);
+  ASSERT_EQ(m_config.LoadPortConfiguration(), 1u);
+  const auto goodTime = m_config.GetModificationTime();
+
+  Write("<PortConfiguration><Port><ID>bad</ID></Port>", 1);
+  const std::string description = LoadError();
+  EXPECT_THAT(description, StartsWith("Failed to parse XML file '" + m_path + "' : '"));
+  EXPECT_EQ(m_log.Count("Could not read CLBindings (" + description + ")"), 1u);
+  ASSERT_EQ(m_config.GetTable().size(), 1u);
+  EXPECT_EQ(m_config.GetTable()[0].ID, "good");
+  EXPECT_EQ(m_config.GetPath(), m_path);
+  EXPECT_EQ(m_config.GetModificationTime(), goodTime);
+
+  // The broken file is not remembered, so every load tries it again until it is fixed.
+  EXPECT_THAT(LoadError(), StartsWith("Failed to parse XML file '"));
+  EXPECT_EQ(Reads(), 3u);
+  Write(Document(Port("fixed") + Port("more")), 1);
+  EXPECT_EQ(m_config.LoadPortConfiguration(), 2u);
+  EXPECT_EQ(m_config.GetTable()[0].ID, "fixed");
+}
+
+TEST_F(PortConfiguration, FailedReadAtANewPathKeepsTheOldPath) {
+  Write(Document(Port("good")));
+  ASSERT_EQ(m_config.LoadPortConfiguration(), 1u);
+  CTempFolder other;
+  WriteFile(other.File(kFileName), "");
+  m_bindings.Set(other.Path().string());
+  LoadError();
+  EXPECT_EQ(m_config.GetPath(), m_path);
+  EXPECT_EQ(m_config.GetTable()[0].ID, "good");
+}
+
+TEST_F(PortConfiguration, StatusFailureOtherThanMissingIsTreatedAsAChange) {
+  // The variable names a file, not a folder: the status call fails with "not a directory".
+  const std::string notAFolder = m_folder.File("plain-file");
+  WriteFile(notAFolder, "x");
+  m_bindings.Set(notAFolder);
+  const std::string path = notAFolder + "/" + kFileName;
+
+  EXPECT_EQ(m_config.LoadPortConfiguration(), 0u);
+  EXPECT_EQ(m_log.Count("CLBindings file '" + path + "' does not exist or could not be read."), 1u);
+  EXPECT_EQ(m_config.GetPath(), path);
+  EXPECT_EQ(m_config.GetModificationTime(), 0);
+  EXPECT_EQ(m_config.LoadPortConfiguration(), 0u);
+  EXPECT_EQ(Reads(), 2u);
+}
+
+TEST_F(PortConfiguration, XercesIsReleasedAfterEveryRead) {
+  Write(Document(Port("a")), 0);
+  m_config.LoadPortConfiguration();
+  EXPECT_EQ(xercesc::XMLPlatformUtils::fgTransService, nullptr);
+  Write("broken", 1);
+  LoadError();
+  EXPECT_EQ(xercesc::XMLPlatformUtils::fgTransService, nullptr);
+
+  // Another user holding Xerces keeps it usable across our reads.
+  {
+    CXercesScope other;
+    Write(Document(Port("b")), 2);
+    m_config.LoadPortConfiguration();
+    Write("broken", 3);
+    LoadError();
+    EXPECT_NE(xercesc::XMLPlatformUtils::fgTransService, nullptr);
+  }
+  EXPECT_EQ(xercesc::XMLPlatformUtils::fgTransService, nullptr);
+}
+
+TEST_F(PortConfiguration, ConcurrentReadsOfTwoTransportLayers) {
+  std::string ports;
+  for (int i = 0; i < 200; ++i)
+    ports += Port("TTY#tty" + std::to_string(i));
+  Write(Document(ports));
+
+  // A fresh configuration parses on every load, so both threads keep Xerces busy.
+  auto worker = [](unsigned int* failures) {
+    for (int i = 0; i < 20; ++i) {
+      boost::recursive_mutex lock;
+      CPortConfiguration config(lock);
+      *failures += config.LoadPortConfiguration() != 200u;
+    }
+  };
+  unsigned int failures[2] = {0, 0};
+  std::thread first(worker, &failures[0]);
+  std::thread second(worker, &failures[1]);
+  first.join();
+  second.join();
+  EXPECT_EQ(failures[0] + failures[1], 0u);
+  EXPECT_EQ(Reads(), 40u);
+  EXPECT_EQ(xercesc::XMLPlatformUtils::fgTransService, nullptr);
+}
+
+TEST_F(PortConfiguration, TableIsACopy) {
+  Write(Document(Port("TTY#ttyS0")));
+  m_config.LoadPortConfiguration();
+  auto table = m_config.GetTable();
+  table.clear();
+  EXPECT_EQ(m_config.GetTable().size(), 1u);
+}
+
+} // namespace
