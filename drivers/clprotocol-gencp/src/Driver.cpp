@@ -1,5 +1,7 @@
 #include "Driver.h"
 
+#include "ErrorCodes.h"
+
 #include <gencp/Protocol.h>
 
 #include <algorithm>
@@ -25,6 +27,8 @@ void CDriver::CloseLib() {
   std::lock_guard<std::mutex> lock(m_Mutex);
   m_Initialised = false;
   m_Connections.clear();
+  m_CookieLine.clear();
+  m_LineBaud.clear();
   m_Logger.Set(nullptr);
 }
 
@@ -64,10 +68,11 @@ CLINT32 CDriver::Probe(CLProtocol::ISerial* serial, const std::string& request,
       cookie = m_NextCookie;
       m_NextCookie = m_NextCookie == 0xFFFFFFFFu ? 1 : m_NextCookie + 1;
       m_Connections[cookie] = std::move(connection);
+      m_CookieLine[cookie] = serial;
       return CL_ERR_NO_ERR;
     }
-    // Only silence at this rate is worth trying the next one.
-    if (rc != CL_ERR_TIMEOUT)
+    // Silence or noise at this rate: the camera may still run at the next one.
+    if (rc != CL_ERR_TIMEOUT && rc != ErrNoGenCPDevice)
       break;
   }
   return rc;
@@ -81,13 +86,30 @@ std::shared_ptr<CConnection> CDriver::Find(CLUINT32 cookie) {
 
 bool CDriver::Disconnect(CLUINT32 cookie) {
   std::lock_guard<std::mutex> lock(m_Mutex);
+  // The line object may be destroyed after this; its address must not steer a later probe.
+  const auto line = m_CookieLine.find(cookie);
+  if (line != m_CookieLine.end()) {
+    m_LineBaud.erase(line->second);
+    m_CookieLine.erase(line);
+  }
   return m_Connections.erase(cookie) != 0;
 }
 
 void CDriver::RememberBaudRate(CLProtocol::ISerial* serial, const CConnection& connection) {
   std::lock_guard<std::mutex> lock(m_Mutex);
-  m_LineBaud[serial] = connection.BaudBit();
-  m_CameraBaud[connection.Identity().ShortDeviceID()] = connection.BaudBit();
+  // Only rates other than the power-up one are worth a first try later.
+  const std::uint32_t bit = connection.BaudBit();
+  const std::string id = connection.Identity().ShortDeviceID();
+  if (bit == GenCP::Baud9600) {
+    m_LineBaud.erase(serial);
+    m_CameraBaud.erase(id);
+  } else {
+    m_LineBaud[serial] = bit;
+    m_CameraBaud[id] = bit;
+  }
+  for (auto& line : m_CookieLine)
+    if (m_Connections.count(line.first) && m_Connections[line.first].get() == &connection)
+      line.second = serial;
 }
 
 } // namespace GenCPDriver

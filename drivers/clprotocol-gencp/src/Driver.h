@@ -43,6 +43,7 @@ private:
   bool m_Initialised = false;
   CLUINT32 m_NextCookie = 1;
   std::map<CLUINT32, std::shared_ptr<CConnection>> m_Connections;
+  std::map<CLUINT32, CLProtocol::ISerial*> m_CookieLine;
   std::map<CLProtocol::ISerial*, std::uint32_t> m_LineBaud;
   std::map<std::string, std::uint32_t> m_CameraBaud;
 };

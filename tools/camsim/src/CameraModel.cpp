@@ -15,6 +15,7 @@ namespace {
 
 namespace Abrm = GenCP::Abrm;
 using GenCP::CPacket;
+using Bytes = std::vector<std::uint8_t>;
 
 // Device registers, offsets from DeviceBase.
 enum EDevice : std::uint64_t {
@@ -329,7 +330,13 @@ void CCameraModel::HandleCommand(const std::vector<std::uint8_t>& bytes, Clock::
       Queue(CPacket::Pending(cmd.m_RequestId, m_CachePendingMs).Encode(), at);
       ++m_Stats.m_PendingAcks;
     } else if (wantsAck && !m_CacheAck.empty()) {
-      Queue(m_CacheAck, at);
+      ++m_AckCount;
+      Bytes ack = m_CacheAck;
+      if (!TakeFault(m_Faults.m_DropNext, m_Faults.m_DropEvery)) {
+        if (TakeFault(m_Faults.m_CorruptNext, m_Faults.m_CorruptEvery))
+          ack[9] ^= 0x5A;
+        Queue(ack, at);
+      }
       ++m_Stats.m_CachedResends;
     }
     return;
@@ -389,16 +396,9 @@ void CCameraModel::Emit(std::uint16_t status, std::uint16_t commandId, std::uint
                         const SAfterAck& after, Clock::time_point at) {
   ++m_AckCount;
   ++m_Stats.m_Acks;
-  const auto take = [this](std::uint32_t& next, std::uint32_t every) {
-    if (next) {
-      --next;
-      return true;
-    }
-    return every && m_AckCount % every == 0;
-  };
-  const bool drop = take(m_Faults.m_DropNext, m_Faults.m_DropEvery);
-  const bool corrupt = take(m_Faults.m_CorruptNext, m_Faults.m_CorruptEvery);
-  const bool delay = take(m_Faults.m_DelayNext, m_Faults.m_DelayEvery);
+  const bool drop = TakeFault(m_Faults.m_DropNext, m_Faults.m_DropEvery);
+  const bool corrupt = TakeFault(m_Faults.m_CorruptNext, m_Faults.m_CorruptEvery);
+  const bool delay = TakeFault(m_Faults.m_DelayNext, m_Faults.m_DelayEvery);
   const std::uint32_t workMs = after.m_WorkMs + (delay ? m_Faults.m_DelayMs : 0);
 
   std::vector<std::uint8_t> ack =
@@ -434,16 +434,27 @@ void CCameraModel::Emit(std::uint16_t status, std::uint16_t commandId, std::uint
   }
 }
 
+bool CCameraModel::TakeFault(std::uint32_t& next, std::uint32_t every) const {
+  if (next) {
+    --next;
+    return true;
+  }
+  return every && m_AckCount % every == 0;
+}
+
 CCameraModel::Clock::time_point CCameraModel::Queue(const std::vector<std::uint8_t>& bytes,
                                                     Clock::time_point at) {
   Clock::time_point due = at;
   if (m_Options.m_Pace)
     due = std::max(at, m_OutLineFree);
   const auto byteTime = ByteTime(m_Baud);
+  // A packet goes out before answers that are due later (a pending ack before a slow result).
+  auto position =
+      std::find_if(m_Out.begin(), m_Out.end(), [&](const SOutByte& b) { return b.m_Due > due; });
   for (std::uint8_t b : bytes) {
     if (m_Options.m_Pace)
       due += byteTime;
-    m_Out.push_back({b, due, m_Baud});
+    position = m_Out.insert(position, SOutByte{b, due, m_Baud}) + 1;
   }
   if (m_Options.m_Pace)
     m_OutLineFree = due;

@@ -90,6 +90,8 @@ private:
   void Emit(std::uint16_t status, std::uint16_t commandId, std::uint16_t requestId,
             std::vector<std::uint8_t> scd, const std::vector<std::uint8_t>& commandKey,
             const SAfterAck& after, Clock::time_point at);
+  //! Whether the acknowledge being sent gets this fault.
+  bool TakeFault(std::uint32_t& next, std::uint32_t every) const;
   Clock::time_point Queue(const std::vector<std::uint8_t>& bytes, Clock::time_point at);
 
   std::uint16_t ReadMemory(std::uint64_t address, std::size_t size, std::vector<std::uint8_t>& out);

@@ -1,0 +1,108 @@
+// Packets and checksums against the reference vectors, and decoding of damaged packets.
+#include <gencp/Checksum.h>
+#include <gencp/MemoryZip.h>
+#include <gencp/Packet.h>
+#include <gencp/Protocol.h>
+#include <gencp/Sha1.h>
+
+#include <gtest/gtest.h>
+
+using GenCP::CPacket;
+using Bytes = std::vector<std::uint8_t>;
+
+TEST(GenCPWire, ReadMemCommandMatchesReferenceVector) {
+  const Bytes expected = {0x01, 0x00, 0xB7, 0xF2, 0xB7, 0xEE, 0x00, 0x00, 0x40, 0x00,
+                          0x08, 0x00, 0x00, 0x0C, 0x00, 0x01, 0x00, 0x00, 0x00, 0x00,
+                          0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x04};
+  EXPECT_EQ(CPacket::ReadMem(1, 0x0, 4).Encode(), expected);
+}
+
+TEST(GenCPWire, AcknowledgesMatchReferenceVectors) {
+  EXPECT_EQ(CPacket::Ack(0, GenCP::ReadMemAck, 1, {0x00, 0x01, 0x00, 0x03}).Encode(),
+            (Bytes{0x01, 0x00, 0xF7, 0xF9, 0xF7, 0xF5, 0x00, 0x00, 0x00, 0x00,
+                   0x08, 0x01, 0x00, 0x04, 0x00, 0x01, 0x00, 0x01, 0x00, 0x03}));
+  EXPECT_EQ(CPacket::Ack(0, GenCP::WriteMemAck, 2, {0x00, 0x00, 0x00, 0x04}).Encode(),
+            (Bytes{0x01, 0x00, 0xF7, 0xF6, 0xF7, 0xF2, 0x00, 0x00, 0x00, 0x00,
+                   0x08, 0x03, 0x00, 0x04, 0x00, 0x02, 0x00, 0x00, 0x00, 0x04}));
+  EXPECT_EQ(CPacket::Ack(0, GenCP::WriteMemAck, 2).Encode(),
+            (Bytes{0x01, 0x00, 0xF7, 0xFA, 0xF7, 0xFA, 0x00, 0x00, 0x00, 0x00, 0x08, 0x03, 0x00,
+                   0x00, 0x00, 0x02}));
+  EXPECT_EQ(CPacket::Pending(3, 1000).Encode(),
+            (Bytes{0x01, 0x00, 0xF7, 0xF3, 0xF4, 0x0B, 0x00, 0x00, 0x00, 0x00,
+                   0x08, 0x05, 0x00, 0x04, 0x00, 0x03, 0x00, 0x00, 0x03, 0xE8}));
+}
+
+TEST(GenCPWire, ChecksumFoldsCarriesAndPadsOddLength) {
+  const std::uint8_t carry[] = {0xFF, 0xFF, 0x00, 0x01};
+  EXPECT_EQ(GenCP::Checksum(carry, 4), 0xFFFE); // 0xFFFF + 1 folds to 0x0001
+  const std::uint8_t odd[] = {0x12};
+  EXPECT_EQ(GenCP::Checksum(odd, 1), static_cast<std::uint16_t>(~0x1200));
+}
+
+TEST(GenCPWire, DecodeRecognisesDamage) {
+  const Bytes good = CPacket::Ack(0, GenCP::ReadMemAck, 7, {1, 2, 3, 4}).Encode();
+  CPacket p;
+  std::size_t used = 0;
+  ASSERT_EQ(CPacket::Decode(good.data(), good.size(), p, used), CPacket::EDecode::Ok);
+  EXPECT_EQ(used, good.size());
+  EXPECT_EQ(p.m_RequestId, 7);
+  EXPECT_EQ(p.m_Scd, (Bytes{1, 2, 3, 4}));
+
+  EXPECT_EQ(CPacket::Decode(good.data(), good.size() - 1, p, used), CPacket::EDecode::Incomplete);
+  Bytes header = good;
+  header[11] ^= 1;
+  EXPECT_EQ(CPacket::Decode(header.data(), header.size(), p, used), CPacket::EDecode::BadCcd);
+  Bytes data = good;
+  data[17] ^= 1;
+  EXPECT_EQ(CPacket::Decode(data.data(), data.size(), p, used), CPacket::EDecode::BadScd);
+  Bytes foreign = good;
+  foreign[1] = 'x';
+  EXPECT_EQ(CPacket::Decode(foreign.data(), foreign.size(), p, used),
+            CPacket::EDecode::BadPreamble);
+}
+
+TEST(GenCPWire, LengthBeyondPacketLimitIsRejected) {
+  Bytes packet = CPacket::Ack(0, GenCP::ReadMemAck, 1).Encode();
+  packet[12] = 0xFF; // length 0xFF00
+  const std::uint16_t sum = GenCP::Checksum(packet.data() + 6, 10);
+  packet[2] = static_cast<std::uint8_t>(sum >> 8);
+  packet[3] = static_cast<std::uint8_t>(sum);
+  CPacket p;
+  std::size_t used = 0;
+  EXPECT_EQ(CPacket::Decode(packet.data(), packet.size(), p, used), CPacket::EDecode::BadCcd);
+}
+
+TEST(GenCPWire, ZipRoundTripAndDamage) {
+  Bytes content(5000);
+  for (std::size_t i = 0; i < content.size(); ++i)
+    content[i] = static_cast<std::uint8_t>("<xml/>"[i % 6]);
+  Bytes zip = GenCP::CMemoryZip::Zip("a.xml", content);
+  ASSERT_FALSE(zip.empty());
+  EXPECT_LT(zip.size(), content.size());
+  Bytes out;
+  ASSERT_TRUE(GenCP::CMemoryZip::UnzipFirst(zip, out));
+  EXPECT_EQ(out, content);
+  zip[zip.size() / 3] ^= 0x40;
+  EXPECT_FALSE(GenCP::CMemoryZip::UnzipFirst(zip, out));
+  EXPECT_FALSE(GenCP::CMemoryZip::UnzipFirst(Bytes{'n', 'o', 't', 'z', 'i', 'p'}, out));
+}
+
+TEST(GenCPWire, Sha1OfKnownText) {
+  const std::string abc = "abc";
+  const GenCP::Sha1Digest d =
+      GenCP::Sha1(reinterpret_cast<const std::uint8_t*>(abc.data()), abc.size());
+  EXPECT_EQ(d[0], 0xA9);
+  EXPECT_EQ(d[1], 0x99);
+  EXPECT_EQ(d[19], 0x9D);
+}
+
+TEST(GenCPWire, BaudFeatureValuesFollowThePluginTable) {
+  using namespace GenCP::Hexmar;
+  EXPECT_EQ(BaudBitOfFeatureValue(15), 0x01u);
+  EXPECT_EQ(BaudBitOfFeatureValue(16), 0u);
+  EXPECT_EQ(BaudBitOfFeatureValue(20), 0x10u);
+  EXPECT_EQ(BaudBitOfFeatureValue(23), 0x80u);
+  EXPECT_EQ(BaudBitOfFeatureValue(24), 0u);
+  for (std::int64_t v : {15, 17, 18, 19, 20, 21, 22, 23})
+    EXPECT_EQ(FeatureValueOfBaudBit(BaudBitOfFeatureValue(v)), v);
+}
