@@ -1,0 +1,21 @@
+#pragma once
+// Umbrella header of the GenApi node-map engine.
+#include <Base/GCBase.h>
+#include <GenApi/IBoolean.h>
+#include <GenApi/ICategory.h>
+#include <GenApi/ICommand.h>
+#include <GenApi/IEnumEntry.h>
+#include <GenApi/IEnumeration.h>
+#include <GenApi/IFloat.h>
+#include <GenApi/IInteger.h>
+#include <GenApi/INode.h>
+#include <GenApi/INodeMap.h>
+#include <GenApi/IPort.h>
+#include <GenApi/IRegister.h>
+#include <GenApi/IString.h>
+#include <GenApi/IValue.h>
+#include <GenApi/NodeCallback.h>
+#include <GenApi/NodeMapRef.h>
+#include <GenApi/Pointer.h>
+#include <GenApi/Synch.h>
+#include <GenApi/Types.h>

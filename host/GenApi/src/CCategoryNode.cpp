@@ -1,0 +1,29 @@
+#include "CCategoryNode.h"
+
+#include "CNodeMap.h"
+
+namespace GenApi {
+
+bool CCategoryNode::SetProperty(EProp prop, const std::string& text, const CPropAttr& attr) {
+  if (prop == EProp::pFeature)
+    return m_Features.push_back(CRef{text, nullptr}), true;
+  return CNodeBase::SetProperty(prop, text, attr);
+}
+
+void CCategoryNode::Link() {
+  CNodeBase::Link();
+  m_IsFeature = true;
+  for (CRef& feature : m_Features) {
+    Resolve(feature, "pFeature");
+    feature.p->m_IsFeature = true;
+  }
+}
+
+void CCategoryNode::GetFeatures(FeatureList_t& Features) const {
+  AutoLock lock(m_pMap->GetLock());
+  Features.clear();
+  for (const CRef& feature : m_Features)
+    Features.push_back(feature.p);
+}
+
+} // namespace GenApi

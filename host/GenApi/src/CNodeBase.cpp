@@ -1,0 +1,376 @@
+#include "CNodeBase.h"
+
+#include "CEntryGuard.h"
+#include "CNodeMap.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <mutex>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace GenApi {
+namespace {
+
+// Handles of all live callbacks, so that Deregister(handle) finds the node without trusting the
+// handle. Owner: the callback registry; guarded by its own mutex.
+std::mutex& RegistryMutex() {
+  static std::mutex mutex;
+  return mutex;
+}
+std::unordered_map<CallbackHandleType, CNodeBase*>& Registry() {
+  static std::unordered_map<CallbackHandleType, CNodeBase*> registry;
+  return registry;
+}
+
+int64_t Saturate(double value) {
+  if (std::isnan(value))
+    return 0;
+  if (value >= 9.2233720368547758e18)
+    return std::numeric_limits<int64_t>::max();
+  if (value <= -9.2233720368547758e18)
+    return std::numeric_limits<int64_t>::min();
+  return static_cast<int64_t>(value);
+}
+
+} // namespace
+
+bool Deregister(CallbackHandleType hCallback) {
+  CNodeBase* node = nullptr;
+  {
+    std::lock_guard<std::mutex> lock(RegistryMutex());
+    const auto it = Registry().find(hCallback);
+    if (it == Registry().end())
+      return false;
+    node = it->second;
+  }
+  return node->DeregisterCallback(hCallback);
+}
+
+CNodeBase::CNodeBase(CNodeMap& map, ENodeType type) : m_pMap(&map), m_Type(type) {}
+
+CNodeBase::~CNodeBase() {
+  std::lock_guard<std::mutex> lock(RegistryMutex());
+  for (const auto& callback : m_Callbacks)
+    Registry().erase(reinterpret_cast<CallbackHandleType>(callback.get()));
+}
+
+bool CNodeBase::SetProperty(EProp prop, const std::string& text, const CPropAttr& attr) {
+  switch (prop) {
+  case EProp::ToolTip:
+    m_ToolTip = text;
+    return true;
+  case EProp::Description:
+    m_Description = text;
+    return true;
+  case EProp::DisplayName:
+    m_DisplayName = text;
+    return true;
+  case EProp::DocuURL:
+    m_DocuURL = text;
+    return true;
+  case EProp::EventID:
+    m_EventID = text;
+    return true;
+  case EProp::Visibility:
+    if (text == "Beginner")
+      m_Visibility = Beginner;
+    else if (text == "Expert")
+      m_Visibility = Expert;
+    else if (text == "Guru")
+      m_Visibility = Guru;
+    else if (text == "Invisible")
+      m_Visibility = Invisible;
+    else
+      throw RUNTIME_EXCEPTION("Invalid visibility '%s'", text.c_str());
+    return true;
+  case EProp::IsDeprecated:
+    ParseYesNo(text, m_Deprecated);
+    return true;
+  case EProp::Streamable:
+    ParseYesNo(text, m_Streamable);
+    return true;
+  case EProp::ImposedAccessMode:
+    if (!ParseAccessMode(text, m_ImposedXml))
+      throw RUNTIME_EXCEPTION("Invalid access mode '%s'", text.c_str());
+    return true;
+  case EProp::pIsImplemented:
+    m_IsImplemented.Name = text;
+    return true;
+  case EProp::pIsAvailable:
+    m_IsAvailable.Name = text;
+    return true;
+  case EProp::pIsLocked:
+    m_IsLocked.Name = text;
+    return true;
+  case EProp::pAlias:
+    m_Alias.Name = text;
+    return true;
+  case EProp::pCastAlias:
+    m_CastAlias.Name = text;
+    return true;
+  case EProp::pBlockPolling:
+    m_BlockPolling.Name = text;
+    return true;
+  case EProp::pInvalidator:
+    m_Invalidators.push_back(CRef{text, nullptr});
+    return true;
+  case EProp::pSelected:
+    m_Selected.push_back(CRef{text, nullptr});
+    return true;
+  case EProp::PollingTime: {
+    int64_t value = 0;
+    if (!ParseInt64(text, value))
+      throw RUNTIME_EXCEPTION("Invalid polling time '%s'", text.c_str());
+    m_PollingTime = value;
+    return true;
+  }
+  case EProp::pError: // device error reporting is not evaluated
+    return true;
+  default:
+    (void)attr;
+    return false;
+  }
+}
+
+void CNodeBase::Resolve(CRef& ref, const char* what) {
+  if (!ref.IsSet())
+    return;
+  ref.p = m_pMap->Find(ref.Name);
+  if (!ref.p)
+    throw GENAPI_NODE_ERROR(RuntimeException)("Node '%s': %s refers to the missing node '%s'",
+                                              m_Name.c_str(), what, ref.Name.c_str());
+}
+
+void CNodeBase::Link() {
+  Resolve(m_IsImplemented, "pIsImplemented");
+  Resolve(m_IsAvailable, "pIsAvailable");
+  Resolve(m_IsLocked, "pIsLocked");
+  Resolve(m_Alias, "pAlias");
+  Resolve(m_CastAlias, "pCastAlias");
+  Resolve(m_BlockPolling, "pBlockPolling");
+  for (CRef* ref : {&m_IsImplemented, &m_IsAvailable, &m_IsLocked})
+    if (ref->p) {
+      if (!ref->p->IsNumeric())
+        throw GENAPI_NODE_ERROR(RuntimeException)("Node '%s': '%s' is not an integer-like node",
+                                                  m_Name.c_str(), ref->Name.c_str());
+      AddChild(ref->p, false);
+    }
+  for (CRef& ref : m_Invalidators) {
+    Resolve(ref, "pInvalidator");
+    ref.p->AddAffected(this);
+  }
+  for (CRef& ref : m_Selected) {
+    Resolve(ref, "pSelected");
+    AddAffected(ref.p);
+  }
+}
+
+void CNodeBase::AddChild(CNodeBase* child, bool value) {
+  if (!child)
+    return;
+  if (std::find(m_Children.begin(), m_Children.end(), child) == m_Children.end())
+    m_Children.push_back(child);
+  if (value &&
+      std::find(m_ValueChildren.begin(), m_ValueChildren.end(), child) == m_ValueChildren.end())
+    m_ValueChildren.push_back(child);
+  if (std::find(child->m_Parents.begin(), child->m_Parents.end(), this) == child->m_Parents.end())
+    child->m_Parents.push_back(this);
+  child->AddAffected(this);
+}
+
+void CNodeBase::AddAffected(CNodeBase* node) {
+  if (node != this && std::find(m_Affected.begin(), m_Affected.end(), node) == m_Affected.end())
+    m_Affected.push_back(node);
+}
+
+const std::vector<CNodeBase*>& CNodeBase::Closure() {
+  if (m_ClosureValid)
+    return m_Closure;
+  std::unordered_set<CNodeBase*> seen{this};
+  m_Closure.assign(1, this);
+  for (size_t i = 0; i < m_Closure.size(); ++i)
+    for (CNodeBase* next : m_Closure[i]->m_Affected)
+      if (seen.insert(next).second)
+        m_Closure.push_back(next);
+  m_ClosureValid = true;
+  return m_Closure;
+}
+
+void CNodeBase::Fire(ECallbackType type) {
+  if (m_Callbacks.empty())
+    return;
+  // A copy, so that a callback may deregister itself or others while it runs.
+  const auto callbacks = m_Callbacks;
+  for (const auto& callback : callbacks)
+    (*callback)(type);
+}
+
+// ---- values
+
+int64_t CNodeBase::GetIntV(bool verify, bool ignoreCache) {
+  if (IsFloatValue())
+    return Saturate(GetFloatV(verify, ignoreCache));
+  throw GENAPI_NODE_ERROR(LogicalErrorException)("Node '%s' has no numeric value", m_Name.c_str());
+}
+
+double CNodeBase::GetFloatV(bool verify, bool ignoreCache) {
+  return static_cast<double>(GetIntV(verify, ignoreCache));
+}
+
+void CNodeBase::SetIntV(int64_t value, bool verify) {
+  if (IsFloatValue())
+    return SetFloatV(static_cast<double>(value), verify);
+  throw GENAPI_NODE_ERROR(LogicalErrorException)("Node '%s' has no numeric value", m_Name.c_str());
+}
+
+void CNodeBase::SetFloatV(double value, bool verify) {
+  SetIntV(Saturate(value), verify);
+}
+
+int64_t CNodeBase::GetIntMinV() {
+  return IsFloatValue() ? Saturate(GetFloatMinV()) : std::numeric_limits<int64_t>::min();
+}
+
+int64_t CNodeBase::GetIntMaxV() {
+  return IsFloatValue() ? Saturate(GetFloatMaxV()) : std::numeric_limits<int64_t>::max();
+}
+
+bool CNodeBase::IsTrue(const CRef& ref) {
+  return ref.p->GetIntV(false, false) != 0;
+}
+
+// ---- access
+
+EAccessMode CNodeBase::GetAccessMode() const {
+  AutoLock lock(m_pMap->GetLock());
+  if (m_InAccessMode)
+    return RW; // a cycle through access-mode references: assume RW, as GenApi does
+  m_InAccessMode = true;
+  struct Reset {
+    bool& flag;
+    ~Reset() { flag = false; }
+  } reset{m_InAccessMode};
+  if (m_IsImplemented.p && !IsTrue(m_IsImplemented))
+    return NI;
+  if (m_IsAvailable.p && !IsTrue(m_IsAvailable))
+    return NA;
+  EAccessMode mode = NaturalAccessMode();
+  if (m_IsLocked.p && IsTrue(m_IsLocked))
+    mode = Combine(mode, RO);
+  return Combine(Combine(mode, m_ImposedXml), m_ImposedRuntime);
+}
+
+const char* CNodeBase::EntryPoint() const {
+  return m_pMap->EntryPoint();
+}
+
+void CNodeBase::CheckReadable() const {
+  if (!GenApi::IsReadable(GetAccessMode()))
+    throw GENAPI_NODE_ERROR(AccessException)("Node is not readable.");
+}
+
+void CNodeBase::CheckWritable() const {
+  if (!GenApi::IsWritable(GetAccessMode()))
+    throw GENAPI_NODE_ERROR(AccessException)("Node is not writable.");
+}
+
+void CNodeBase::ImposeAccessMode(EAccessMode ImposedAccessMode) {
+  AutoLock lock(m_pMap->GetLock());
+  m_ImposedRuntime = ImposedAccessMode;
+}
+
+void CNodeBase::ImposeVisibility(EVisibility ImposedVisibility) {
+  AutoLock lock(m_pMap->GetLock());
+  m_ImposedVisibility = ImposedVisibility;
+}
+
+// ---- INode
+
+gcstring CNodeBase::GetName(bool FullQualified) const {
+  return FullQualified ? (m_NameSpace == Standard ? "Std::" : "Cust::") + m_Name : m_Name;
+}
+
+EVisibility CNodeBase::GetVisibility() const {
+  return m_ImposedVisibility > m_Visibility && m_ImposedVisibility != _UndefinedVisibility
+             ? m_ImposedVisibility
+             : m_Visibility;
+}
+
+void CNodeBase::InvalidateNode() {
+  CEntryGuard guard(*this, "InvalidateNode");
+  m_pMap->PreWrite(this);
+  m_pMap->PostWrite(this);
+  guard.Done();
+}
+
+gcstring CNodeBase::GetDisplayName() const {
+  return m_DisplayName.empty() ? m_Name : m_DisplayName;
+}
+
+gcstring CNodeBase::GetDeviceName() const {
+  return m_pMap->GetDeviceName();
+}
+
+void CNodeBase::GetChildren(NodeList_t& Children) const {
+  Children.assign(m_Children.begin(), m_Children.end());
+}
+
+void CNodeBase::GetParents(NodeList_t& Parents) const {
+  Parents.assign(m_Parents.begin(), m_Parents.end());
+}
+
+CallbackHandleType CNodeBase::RegisterCallback(CNodeCallback* pCallback) {
+  if (!pCallback)
+    throw GENAPI_NODE_ERROR(InvalidArgumentException)("Callback must not be NULL");
+  AutoLock lock(m_pMap->GetLock());
+  m_Callbacks.emplace_back(pCallback, [](CNodeCallback* callback) { callback->Destroy(); });
+  const auto handle = reinterpret_cast<CallbackHandleType>(pCallback);
+  std::lock_guard<std::mutex> registryLock(RegistryMutex());
+  Registry()[handle] = this;
+  return handle;
+}
+
+bool CNodeBase::DeregisterCallback(CallbackHandleType hCallback) {
+  AutoLock lock(m_pMap->GetLock());
+  const auto it = std::find_if(m_Callbacks.begin(), m_Callbacks.end(), [&](const auto& callback) {
+    return reinterpret_cast<CallbackHandleType>(callback.get()) == hCallback;
+  });
+  if (it == m_Callbacks.end())
+    return false;
+  {
+    std::lock_guard<std::mutex> registryLock(RegistryMutex());
+    Registry().erase(hCallback);
+  }
+  m_Callbacks.erase(it);
+  return true;
+}
+
+INodeMap* CNodeBase::GetNodeMap() const {
+  return m_pMap;
+}
+INode* CNodeBase::GetAlias() const {
+  return m_Alias.p;
+}
+INode* CNodeBase::GetCastAlias() const {
+  return m_CastAlias.p;
+}
+bool CNodeBase::IsFeature() const {
+  return m_IsFeature;
+}
+
+gcstring CNodeBase::ToString(bool Verify, bool IgnoreCache) {
+  CEntryGuard guard(*this, "ToString");
+  CheckReadable();
+  guard.Done();
+  return gcstring();
+}
+
+void CNodeBase::FromString(const gcstring& ValueStr, bool Verify) {
+  CEntryGuard guard(*this, "FromString");
+  CheckWritable();
+  throw GENAPI_NODE_ERROR(LogicalErrorException)("Node '%s' has no value to set", m_Name.c_str());
+}
+
+} // namespace GenApi

@@ -1,0 +1,149 @@
+#include "CNodeMap.h"
+
+#include "CEntryGuard.h"
+#include "CPortNode.h"
+
+namespace GenApi {
+
+CNodeMap::CNodeMap(const std::string& deviceName) : m_DeviceName(deviceName) {}
+
+CNodeMap::~CNodeMap() = default;
+
+void CNodeMap::AddNode(std::unique_ptr<CNodeBase> node) {
+  auto& slot = m_Defined[node->Name()];
+  if (slot) {
+    if (slot->m_DocIndex == node->m_DocIndex)
+      throw RUNTIME_EXCEPTION("Node '%s' is defined twice", node->Name().c_str());
+    if (slot->m_MergePriority > node->m_MergePriority)
+      return; // the earlier description wins
+  }
+  slot = std::move(node);
+}
+
+CNodeBase* CNodeMap::Find(const std::string& name) const {
+  const auto it = m_Lookup.find(name);
+  return it == m_Lookup.end() ? nullptr : it->second;
+}
+
+void CNodeMap::Link() {
+  m_Lookup.clear();
+  m_All.clear();
+  m_Lookup.reserve(m_Defined.size() * 2);
+  for (const auto& entry : m_Defined) {
+    m_Lookup.emplace(entry.first, entry.second.get());
+    m_All.push_back(entry.second.get());
+  }
+  for (size_t i = 0; i < m_All.size(); ++i)
+    m_All[i]->CollectOwned(m_All);
+  // Owned nodes with a name (enumeration entries) are found by it unless a node took the name.
+  for (size_t i = m_Defined.size(); i < m_All.size(); ++i)
+    if (m_All[i]->Type() == ENodeType::EnumEntry)
+      m_Lookup.emplace(m_All[i]->Name(), m_All[i]);
+  for (CNodeBase* node : m_All)
+    node->Link();
+  for (CNodeBase* node : m_All) {
+    if (node->m_PollingTime > 0)
+      m_Polled.push_back(node);
+    if (node->Type() == ENodeType::Port)
+      m_Ports.push_back(static_cast<CPortNode*>(node));
+  }
+  CheckCycles();
+}
+
+void CNodeMap::CheckCycles() const {
+  // Iterative depth-first search over the value edges; marks: 0 new, 1 on stack, 2 done.
+  constexpr size_t maxDepth = 1000;
+  for (CNodeBase* node : m_All)
+    node->m_Mark = 0;
+  std::vector<std::pair<CNodeBase*, size_t>> stack;
+  for (CNodeBase* start : m_All) {
+    if (start->m_Mark)
+      continue;
+    stack.emplace_back(start, 0);
+    start->m_Mark = 1;
+    while (!stack.empty()) {
+      auto& top = stack.back();
+      const auto& children = top.first->ValueChildren();
+      if (top.second == children.size()) {
+        top.first->m_Mark = 2;
+        stack.pop_back();
+        continue;
+      }
+      CNodeBase* child = children[top.second++];
+      if (child->m_Mark == 1)
+        throw RUNTIME_EXCEPTION("Node '%s': dependency cycle through '%s'",
+                                top.first->Name().c_str(), child->Name().c_str());
+      if (child->m_Mark == 0) {
+        if (stack.size() >= maxDepth)
+          throw RUNTIME_EXCEPTION("Node '%s': dependency chain deeper than %zu nodes",
+                                  child->Name().c_str(), maxDepth);
+        child->m_Mark = 1;
+        stack.emplace_back(child, 0);
+      }
+    }
+  }
+}
+
+void CNodeMap::PreWrite(CNodeBase* node) {
+  for (CNodeBase* affected : node->Closure())
+    affected->InvalidateOwn();
+}
+
+void CNodeMap::PostWrite(CNodeBase* node) {
+  for (CNodeBase* affected : node->Closure())
+    if (!affected->m_Pending) {
+      affected->m_Pending = true;
+      m_PendingNodes.push_back(affected);
+    }
+}
+
+void CNodeMap::GetNodes(NodeList_t& Nodes) const {
+  AutoLock lock(m_Lock);
+  Nodes.clear();
+  Nodes.reserve(m_Lookup.size());
+  for (const auto& entry : m_Lookup)
+    Nodes.push_back(entry.second);
+}
+
+INode* CNodeMap::GetNode(const gcstring& Name) const {
+  AutoLock lock(m_Lock);
+  return Find(Name);
+}
+
+void CNodeMap::InvalidateNodes() const {
+  AutoLock lock(m_Lock);
+  for (CNodeBase* node : m_All)
+    node->InvalidateOwn();
+  for (CPortNode* port : m_Ports)
+    port->InvalidateCache();
+}
+
+bool CNodeMap::Connect(IPort* pPort, const gcstring& PortName) const {
+  AutoLock lock(m_Lock);
+  CNodeBase* node = Find(PortName);
+  if (!node || node->Type() != ENodeType::Port)
+    return false;
+  static_cast<CPortNode*>(node)->SetPort(pPort);
+  return true;
+}
+
+bool CNodeMap::Connect(IPort* pPort) const {
+  return Connect(pPort, "Device");
+}
+
+void CNodeMap::Poll(int64_t ElapsedTime) {
+  CEntryGuard guard(*this, "Poll");
+  for (CNodeBase* node : m_Polled) {
+    if (node->m_BlockPolling.p && node->m_BlockPolling.p->GetIntV(false, false) != 0)
+      continue;
+    node->m_PollElapsed += ElapsedTime;
+    if (node->m_PollElapsed < node->m_PollingTime)
+      continue;
+    node->m_PollElapsed = 0;
+    PreWrite(node);
+    PostWrite(node);
+  }
+  guard.Done();
+}
+
+} // namespace GenApi

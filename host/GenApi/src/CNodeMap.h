@@ -1,0 +1,68 @@
+#pragma once
+#include "CNodeBase.h"
+
+#include <GenApi/INodeMap.h>
+
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace GenApi {
+
+class CPortNode;
+
+//! The node map: owns the nodes, the lock and the bookkeeping of the running operation.
+class CNodeMap : public INodeMap {
+public:
+  explicit CNodeMap(const std::string& deviceName);
+  ~CNodeMap() override;
+
+  // ---- building
+  //! Adds a top-level node of document `docIndex`. Within one document names are unique; a later
+  //! document replaces a node of the same name unless the earlier one has a higher MergePriority.
+  void AddNode(std::unique_ptr<CNodeBase> node);
+  //! Resolves references, builds the dependency graph and checks it. Throws on bad input.
+  void Link();
+  CNodeBase* Find(const std::string& name) const;
+  int m_SchemaMajor = 1;
+  int m_SchemaMinor = 0;
+
+  // ---- running operations (m_Lock held)
+  //! Invalidates what depends on `node` before it is written.
+  void PreWrite(CNodeBase* node);
+  //! Queues the callbacks of `node` and its dependents after it was written.
+  void PostWrite(CNodeBase* node);
+  const char* EntryPoint() const { return m_Entry.c_str(); }
+
+  // ---- INodeMap
+  void GetNodes(NodeList_t& Nodes) const override;
+  INode* GetNode(const gcstring& Name) const override;
+  void InvalidateNodes() const override;
+  bool Connect(IPort* pPort, const gcstring& PortName) const override;
+  bool Connect(IPort* pPort) const override;
+  gcstring GetDeviceName() override { return m_DeviceName; }
+  void Poll(int64_t ElapsedTime) override;
+  CLock& GetLock() const override { return m_Lock; }
+  uint64_t GetNumNodes() const override { return m_Lookup.size(); }
+
+private:
+  friend class CEntryGuard;
+  void CheckCycles() const;
+
+  std::string m_DeviceName;
+  //! The node-map lock; every public node operation holds it (CEntryGuard).
+  mutable CLock m_Lock;
+  std::unordered_map<std::string, std::unique_ptr<CNodeBase>> m_Defined;
+  std::unordered_map<std::string, CNodeBase*> m_Lookup; // defined nodes plus enumeration entries
+  std::vector<CNodeBase*> m_All;                        // everything linked, owned ones too
+  std::vector<CNodeBase*> m_Polled;
+  std::vector<CPortNode*> m_Ports;
+
+  // state of the running operation, guarded by m_Lock
+  int m_Depth = 0;
+  std::string m_Entry;
+  std::vector<CNodeBase*> m_PendingNodes;
+};
+
+} // namespace GenApi

@@ -1,0 +1,130 @@
+#include <GenApi/NodeMapRef.h>
+
+#include "CNodeMap.h"
+#include "CXmlLoader.h"
+
+#include <xercesc/util/PlatformUtils.hpp>
+#include <xercesc/util/XMLException.hpp>
+
+#include <fstream>
+#include <mutex>
+#include <sstream>
+
+namespace GenApi {
+namespace {
+
+// Xerces counts Initialize/Terminate calls; ours always come in pairs around one load, so a
+// Terminate never pulls Xerces away from another user. Owner of the mutex: this file; it
+// serialises our own pairs, which Xerces does not make thread-safe.
+std::mutex& XercesMutex() {
+  static std::mutex mutex;
+  return mutex;
+}
+
+std::string ReadFile(const gcstring& path) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file)
+    throw RUNTIME_EXCEPTION("Could not open '%s'", path.c_str());
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+} // namespace
+
+CNodeMapRef::CNodeMapRef(const gcstring& DeviceName) : m_DeviceName(DeviceName) {}
+
+CNodeMapRef::CNodeMapRef(const CNodeMapRef& other)
+    : _Ptr(other._Ptr), m_DeviceName(other.m_DeviceName), m_pMap(other.m_pMap) {}
+
+CNodeMapRef& CNodeMapRef::operator=(const CNodeMapRef& other) {
+  m_DeviceName = other.m_DeviceName;
+  m_pMap = other.m_pMap;
+  _Ptr = other._Ptr;
+  return *this;
+}
+
+CNodeMapRef::~CNodeMapRef() = default;
+
+void CNodeMapRef::Load(const gcstring& xml, const gcstring* injectXml) {
+  if (m_pMap)
+    throw RUNTIME_EXCEPTION("DLL already loaded");
+  auto map = std::make_shared<CNodeMap>(m_DeviceName);
+  {
+    std::lock_guard<std::mutex> lock(XercesMutex());
+    try {
+      xercesc::XMLPlatformUtils::Initialize();
+    } catch (const xercesc::XMLException&) {
+      throw RUNTIME_EXCEPTION("Could not initialise the XML parser");
+    }
+    struct Terminate {
+      ~Terminate() { xercesc::XMLPlatformUtils::Terminate(); }
+    } terminate;
+    CXmlLoader(*map, 0).Parse(xml);
+    if (injectXml)
+      CXmlLoader(*map, 1).Parse(*injectXml);
+  }
+  map->Link();
+  m_pMap = std::move(map);
+  _Ptr = m_pMap.get();
+}
+
+void CNodeMapRef::_LoadXMLFromFile(const gcstring& FileName) {
+  if (m_pMap)
+    throw RUNTIME_EXCEPTION("DLL already loaded");
+  Load(ReadFile(FileName), nullptr);
+}
+
+void CNodeMapRef::_LoadXMLFromString(const gcstring& XmlText) {
+  Load(XmlText, nullptr);
+}
+
+void CNodeMapRef::_LoadXMLFromStringInject(const gcstring& XmlText, const gcstring& InjectXmlText) {
+  Load(XmlText, &InjectXmlText);
+}
+
+void CNodeMapRef::_LoadXMLFromFileInject(const gcstring& FileName, const gcstring& InjectFileName) {
+  if (m_pMap)
+    throw RUNTIME_EXCEPTION("DLL already loaded");
+  const std::string inject = ReadFile(InjectFileName);
+  Load(ReadFile(FileName), &inject);
+}
+
+void CNodeMapRef::_Destroy() {
+  m_pMap.reset();
+  _Ptr = nullptr;
+}
+
+INodeMap& CNodeMapRef::Checked() const {
+  if (!m_pMap)
+    throw ACCESS_EXCEPTION("Feature not present (reference not valid)");
+  return *m_pMap;
+}
+
+INode* CNodeMapRef::_GetNode(const gcstring& Name) const {
+  return Checked().GetNode(Name);
+}
+void CNodeMapRef::_GetNodes(NodeList_t& Nodes) const {
+  Checked().GetNodes(Nodes);
+}
+void CNodeMapRef::_InvalidateNodes() const {
+  Checked().InvalidateNodes();
+}
+void CNodeMapRef::_Poll(int64_t ElapsedTime) {
+  Checked().Poll(ElapsedTime);
+}
+gcstring CNodeMapRef::_GetDeviceName() const {
+  return Checked().GetDeviceName();
+}
+bool CNodeMapRef::_Connect(IPort* pPort, const gcstring& PortName) const {
+  return Checked().Connect(pPort, PortName);
+}
+bool CNodeMapRef::_Connect(IPort* pPort) const {
+  return Checked().Connect(pPort);
+}
+
+void CNodeMapRef::_GetSupportedSchemaVersions(gcstring_vector& Versions) {
+  Versions = {"1.0", "1.1"};
+}
+
+} // namespace GenApi

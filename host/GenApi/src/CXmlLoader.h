@@ -1,0 +1,65 @@
+#pragma once
+#include "Props.h"
+
+#include <xercesc/sax2/DefaultHandler.hpp>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace GenApi {
+
+class CNodeBase;
+class CNodeMap;
+
+//! Builds nodes straight from the SAX2 events of a GenApi description and adds them to a node
+//! map. Errors carry the line and column and, inside a node, its name.
+class CXmlLoader : public xercesc::DefaultHandler {
+public:
+  CXmlLoader(CNodeMap& map, int docIndex) : m_Map(map), m_DocIndex(docIndex) {}
+  //! Parses one document. Xerces must be initialised by the caller.
+  void Parse(const std::string& xml);
+
+  void startElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname,
+                    const xercesc::Attributes& attrs) override;
+  void endElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname) override;
+  void characters(const XMLCh* chars, const XMLSize_t length) override;
+  void setDocumentLocator(const xercesc::Locator* locator) override { m_pLocator = locator; }
+  void fatalError(const xercesc::SAXParseException& e) override;
+  void error(const xercesc::SAXParseException& e) override { fatalError(e); }
+
+private:
+  enum class EFrame { Root, Group, Node, StructReg, StructEntry, Property, Skip };
+  struct Record {
+    EProp Prop;
+    std::string Text;
+    CPropAttr Attr;
+  };
+  struct Frame {
+    explicit Frame(EFrame kind, std::unique_ptr<CNodeBase> node = nullptr)
+        : Kind(kind), Node(std::move(node)) {}
+    EFrame Kind;
+    std::unique_ptr<CNodeBase> Node; // Node frames: the node being built
+    EProp Prop = EProp::Unknown;     // Property frames
+    CPropAttr Attr;
+    std::vector<Record> Records;              // StructReg and StructEntry frames
+    std::vector<std::vector<Record>> Entries; // StructReg: the entries' own records
+    std::vector<std::string> EntryNames;      // StructReg: the entries' names
+  };
+
+  std::unique_ptr<CNodeBase> Create(ENodeType type, const xercesc::Attributes& attrs);
+  void Apply(Frame& owner, EProp prop, const std::string& text, const CPropAttr& attr);
+  void Finish(Frame& frame, Frame& parent);
+  [[noreturn]] void Fail(const std::string& what, const std::string& node = std::string()) const;
+  static void ToUtf8(const XMLCh* text, size_t length, std::string& out);
+  std::string Attribute(const xercesc::Attributes& attrs, const XMLCh* name) const;
+
+  CNodeMap& m_Map;
+  int m_DocIndex;
+  const xercesc::Locator* m_pLocator = nullptr;
+  std::vector<Frame> m_Stack;
+  std::string m_Name; // scratch: the current element's local name
+  std::string m_Text; // text of the current property element
+};
+
+} // namespace GenApi

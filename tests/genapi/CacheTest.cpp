@@ -1,0 +1,116 @@
+#include "MemoryPort.h"
+
+#include <gtest/gtest.h>
+
+using namespace GenApi;
+
+namespace {
+
+std::string Reg(const char* name, const char* cache, const char* extra = "") {
+  return std::string("<IntReg Name=\"") + name +
+         "\"><Address>0x100</Address><Length>4</Length><AccessMode>RW</AccessMode>"
+         "<pPort>Device</pPort><Cachable>" +
+         cache + "</Cachable>" + extra + "</IntReg>";
+}
+
+class Caching : public ::testing::Test {
+protected:
+  void Load(const std::string& nodes) {
+    m_Ref._LoadXMLFromString(Describe(nodes));
+    ASSERT_TRUE(m_Ref._Connect(&m_Port));
+  }
+  CIntegerPtr Int(const char* name) { return m_Ref._GetNode(name); }
+  CNodeMapRef m_Ref;
+  CMemoryPort m_Port;
+};
+
+TEST_F(Caching, WriteThroughServesReadsFromTheCache) {
+  Load(Reg("R", "WriteThrough"));
+  Int("R")->GetValue();
+  Int("R")->GetValue();
+  EXPECT_EQ(1, m_Port.m_Reads);
+  Int("R")->SetValue(9);
+  EXPECT_EQ(9, Int("R")->GetValue());
+  EXPECT_EQ(1, m_Port.m_Reads);
+  Int("R")->GetValue(false, true); // IgnoreCache
+  Int("R")->GetValue(true);        // Verify reads the device too
+  EXPECT_EQ(3, m_Port.m_Reads);
+}
+
+TEST_F(Caching, WriteAroundRereadsAfterAWrite) {
+  Load(Reg("R", "WriteAround"));
+  Int("R")->SetValue(9);
+  EXPECT_EQ(9, Int("R")->GetValue());
+  EXPECT_EQ(9, Int("R")->GetValue());
+  EXPECT_EQ(1, m_Port.m_Reads);
+}
+
+TEST_F(Caching, NoCacheAlwaysReads) {
+  Load(Reg("R", "NoCache"));
+  Int("R")->GetValue();
+  Int("R")->GetValue();
+  EXPECT_EQ(2, m_Port.m_Reads);
+}
+
+TEST_F(Caching, ValueNodesReadTheirRegistersCache) {
+  Load(Reg("R", "WriteThrough") + "<Integer Name=\"W\"><pValue>R</pValue></Integer>");
+  m_Port.Poke(0x100, {7, 0, 0, 0});
+  EXPECT_EQ(7, Int("W")->GetValue());
+  m_Port.Poke(0x100, {8, 0, 0, 0}); // changed behind the map's back
+  EXPECT_EQ(7, Int("W")->GetValue());
+  EXPECT_EQ(8, Int("W")->GetValue(true));
+  EXPECT_EQ(2, m_Port.m_Reads);
+}
+
+TEST_F(Caching, InvalidatorAndInvalidateNodes) {
+  Load(Reg("R", "WriteThrough", "<pInvalidator>Binning</pInvalidator>") +
+       "<Integer Name=\"Binning\"><Value>1</Value></Integer>");
+  Int("R")->GetValue();
+  Int("Binning")->SetValue(2);
+  Int("R")->GetValue();
+  EXPECT_EQ(2, m_Port.m_Reads);
+  m_Ref._InvalidateNodes();
+  Int("R")->GetValue();
+  EXPECT_EQ(3, m_Port.m_Reads);
+  Int("R")->GetNode()->InvalidateNode();
+  Int("R")->GetValue();
+  EXPECT_EQ(4, m_Port.m_Reads);
+}
+
+TEST_F(Caching, OverlappingWritesKeepOtherCachesTrue) {
+  Load(Reg("Whole", "WriteThrough") +
+       "<IntReg Name=\"Low\"><Address>0x100</Address><Length>2</Length>"
+       "<AccessMode>RW</AccessMode><pPort>Device</pPort></IntReg>");
+  Int("Whole")->GetValue();
+  Int("Low")->SetValue(0x1234);
+  EXPECT_EQ(0x1234, Int("Whole")->GetValue());
+  EXPECT_EQ(1, m_Port.m_Reads);
+}
+
+TEST_F(Caching, SelectorChangeInvalidatesSelectedFeatures) {
+  Load(R"(
+    <Integer Name="Sel"><Value>0</Value><pSelected>Gain</pSelected></Integer>
+    <IntReg Name="Gain"><Address>0x200</Address><Length>1</Length><AccessMode>RW</AccessMode>
+      <pPort>Device</pPort></IntReg>)");
+  Int("Gain")->GetValue();
+  Int("Sel")->SetValue(1);
+  Int("Gain")->GetValue();
+  EXPECT_EQ(2, m_Port.m_Reads);
+}
+
+TEST_F(Caching, PollingInvalidatesNonCachedNodes) {
+  Load(Reg("R", "WriteThrough", "<PollingTime>100</PollingTime>"));
+  int fired = 0;
+  Register(Int("R")->GetNode(), [&](INode*) { ++fired; });
+  Int("R")->GetValue();
+  m_Ref._Poll(50);
+  Int("R")->GetValue();
+  EXPECT_EQ(1, m_Port.m_Reads);
+  EXPECT_EQ(0, fired);
+  m_Ref._Poll(60);
+  Int("R")->GetValue();
+  EXPECT_EQ(2, m_Port.m_Reads);
+  EXPECT_EQ(1, fired);
+}
+
+} // namespace

@@ -1,0 +1,104 @@
+#include "MemoryPort.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <thread>
+#include <vector>
+
+using namespace GenApi;
+
+namespace {
+
+const char* const kNodes = R"(
+  <Integer Name="Width"><pValue>WidthReg</pValue></Integer>
+  <IntReg Name="WidthReg"><Address>0</Address><Length>4</Length><AccessMode>RW</AccessMode>
+    <pPort>Device</pPort></IntReg>
+  <IntSwissKnife Name="Payload"><pVariable Name="W">Width</pVariable><Formula>W*2</Formula>
+  </IntSwissKnife>
+  <Integer Name="Other"><Value>0</Value></Integer>
+)";
+
+struct Recorder {
+  void OnChange(INode* node) { events.push_back(node->GetName()); }
+  std::vector<std::string> events;
+};
+
+class Callbacks : public ::testing::Test {
+protected:
+  void SetUp() override {
+    m_Ref._LoadXMLFromString(Describe(kNodes));
+    m_Ref._Connect(&m_Port);
+  }
+  INode* Node(const char* name) { return m_Ref._GetNode(name); }
+  CNodeMapRef m_Ref;
+  CMemoryPort m_Port;
+  Recorder m_Recorder;
+};
+
+TEST_F(Callbacks, FireOncePerChangeOnWrittenAndDependentNodes) {
+  Register(Node("Width"), m_Recorder, &Recorder::OnChange);
+  Register(Node("Payload"), m_Recorder, &Recorder::OnChange);
+  Register(Node("Other"), m_Recorder, &Recorder::OnChange);
+  CIntegerPtr(Node("Width"))->SetValue(10);
+  ASSERT_EQ(2u, m_Recorder.events.size());
+  EXPECT_EQ(1, std::count(m_Recorder.events.begin(), m_Recorder.events.end(), "Width"));
+  EXPECT_EQ(1, std::count(m_Recorder.events.begin(), m_Recorder.events.end(), "Payload"));
+  EXPECT_EQ(20, CIntegerPtr(Node("Payload"))->GetValue());
+}
+
+TEST_F(Callbacks, InsideLockRunsUnderTheMapLockOutsideLockDoesNot) {
+  std::vector<std::string> order;
+  bool insideHeld = false, outsideHeld = true;
+  INodeMap* map = m_Ref;
+  auto held = [map] {
+    // Another thread cannot take a lock that this thread holds.
+    bool free = false;
+    std::thread([&] {
+      free = map->GetLock().TryLock();
+      if (free)
+        map->GetLock().Unlock();
+    }).join();
+    return !free;
+  };
+  Register(
+      Node("Other"), [&](INode*) { order.push_back("inside"), insideHeld = held(); },
+      cbPostInsideLock);
+  Register(
+      Node("Other"), [&](INode*) { order.push_back("outside"), outsideHeld = held(); },
+      cbPostOutsideLock);
+  CIntegerPtr(Node("Other"))->SetValue(1);
+  EXPECT_EQ((std::vector<std::string>{"inside", "outside"}), order);
+  EXPECT_TRUE(insideHeld);
+  EXPECT_FALSE(outsideHeld);
+}
+
+TEST_F(Callbacks, DeregisterByHandleStopsFiring) {
+  int fired = 0;
+  const CallbackHandleType handle = Register(Node("Other"), [&](INode*) { ++fired; });
+  EXPECT_NE(0, handle);
+  CIntegerPtr(Node("Other"))->SetValue(1);
+  EXPECT_TRUE(Node("Other")->DeregisterCallback(handle));
+  EXPECT_FALSE(Deregister(handle));
+  CIntegerPtr(Node("Other"))->SetValue(2);
+  EXPECT_EQ(1, fired);
+  const CallbackHandleType second = Register(Node("Other"), [&](INode*) { ++fired; });
+  EXPECT_TRUE(Deregister(second));
+}
+
+TEST_F(Callbacks, ReadingTheNodeInsideItsCallbackSeesTheNewValue) {
+  int64_t seen = -1;
+  Register(Node("Width"), [&](INode* node) { seen = CIntegerPtr(node)->GetValue(); });
+  CIntegerPtr(Node("Width"))->SetValue(33);
+  EXPECT_EQ(33, seen);
+}
+
+TEST_F(Callbacks, FailedWriteFiresNothing) {
+  int fired = 0;
+  Register(Node("Width"), [&](INode*) { ++fired; });
+  m_Port.m_Mode = RO;
+  EXPECT_THROW(CIntegerPtr(Node("Width"))->SetValue(1), GenICam::AccessException);
+  EXPECT_EQ(0, fired);
+}
+
+} // namespace
