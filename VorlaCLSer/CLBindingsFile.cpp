@@ -6,12 +6,9 @@
 
 #include <boost/algorithm/string/predicate.hpp>
 #include <xercesc/dom/DOMDocument.hpp>
-#include <xercesc/dom/DOMException.hpp>
 #include <xercesc/dom/DOMNodeList.hpp>
 #include <xercesc/framework/LocalFileInputSource.hpp>
 #include <xercesc/parsers/XercesDOMParser.hpp>
-#include <xercesc/sax/SAXException.hpp>
-#include <xercesc/util/XMLException.hpp>
 #include <xercesc/util/XMLString.hpp>
 #include <xercesc/util/XMLUniDefs.hpp>
 
@@ -44,24 +41,6 @@ bool IsEnabledText(const gcstring& text) {
          text == "1";
 }
 
-// Runs one step of the parse and maps Xerces' exceptions to GenICam ones whose text starts
-// with `what`; standard exceptions (GenICam ones among them) pass unchanged.
-template <class F> void MapXercesExceptions(const char* what, F&& step) {
-  try {
-    step();
-  } catch (const xercesc::XMLException& e) {
-    throw RUNTIME_EXCEPTION("%s: %s", what, TranscodeAndTrim(e.getMessage()).c_str());
-  } catch (const xercesc::DOMException& e) {
-    throw RUNTIME_EXCEPTION("%s: %s", what, TranscodeAndTrim(e.getMessage()).c_str());
-  } catch (const xercesc::SAXException& e) {
-    throw RUNTIME_EXCEPTION("%s: %s", what, TranscodeAndTrim(e.getMessage()).c_str());
-  } catch (const std::exception&) {
-    throw;
-  } catch (...) {
-    throw RUNTIME_EXCEPTION("%s: Unspecified exception occurred", what);
-  }
-}
-
 } // namespace
 
 unsigned int CCLBindingsFile::ParseCLBindingsFile(const char* path, PortConfigurationTable& table) {
@@ -77,15 +56,17 @@ unsigned int CCLBindingsFile::ParseCLBindingsFile(const char* path, PortConfigur
   // Declared before the parser: the parser keeps a pointer to it until it is destroyed.
   DefaultRuntimeExceptionErrorHandler errorHandler;
   xercesc::XercesDOMParser parser;
-  MapXercesExceptions("Failed to parse CL binding file", [&] {
+  try {
     const std::unique_ptr<XMLCh, SXercesRelease> xmlPath(xercesc::XMLString::transcode(path));
     const xercesc::LocalFileInputSource source(xmlPath.get());
     parser.setErrorHandler(&errorHandler);
     parser.parse(source);
-  });
+  } catch (...) {
+    RethrowAsGenICamException("Failed to parse CL binding file", __FILE__, __LINE__);
+  }
 
   unsigned int count = 0;
-  MapXercesExceptions("Failed to process CL binding file", [&] {
+  try {
     const xercesc::DOMDocument* document = parser.getDocument();
     if (!document)
       throw RUNTIME_EXCEPTION("Failed to get document of CL binding file.");
@@ -104,7 +85,9 @@ unsigned int CCLBindingsFile::ParseCLBindingsFile(const char* path, PortConfigur
       table.push_back(std::move(entry));
       ++count;
     }
-  });
+  } catch (...) {
+    RethrowAsGenICamException("Failed to process CL binding file", __FILE__, __LINE__);
+  }
 
   vxlog::LogTrace(TlLog(), vxlog::Progress, "Successfully parsed %u entries from CLbindings file.",
                   count);

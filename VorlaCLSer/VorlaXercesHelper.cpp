@@ -1,7 +1,10 @@
 #include <vorla/private/VorlaXercesHelper.h>
 
 #include <boost/algorithm/string/trim.hpp>
+#include <xercesc/dom/DOMException.hpp>
+#include <xercesc/sax/SAXException.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
+#include <xercesc/util/XMLException.hpp>
 #include <xercesc/util/XMLString.hpp>
 
 #include <memory>
@@ -53,6 +56,24 @@ GenICam::gcstring TranscodeAndTrim(const XMLCh* text) {
     return GenICam::gcstring();
   xercesc::XMLString::trim(narrow.get());
   return GenICam::gcstring(narrow.get());
+}
+
+void RethrowAsGenICamException(const char* context, const char* sourceFile,
+                               unsigned int sourceLine) {
+  const GenICam::ExceptionReporter<GenICam::RuntimeException> reporter(sourceFile, sourceLine);
+  try {
+    throw;
+  } catch (const xercesc::XMLException& e) {
+    throw reporter.Report("%s: %s", context, TranscodeAndTrim(e.getMessage()).c_str());
+  } catch (const xercesc::DOMException& e) {
+    throw reporter.Report("%s: %s", context, TranscodeAndTrim(e.getMessage()).c_str());
+  } catch (const xercesc::SAXException& e) {
+    throw reporter.Report("%s: %s", context, TranscodeAndTrim(e.getMessage()).c_str());
+  } catch (const std::exception&) {
+    throw;
+  } catch (...) {
+    throw reporter.Report("%s: Unspecified exception occurred", context);
+  }
 }
 
 } // namespace Vorla

@@ -250,12 +250,4 @@ TEST_F(PortConfiguration, ConcurrentReadsOfTwoTransportLayers) {
   EXPECT_EQ(xercesc::XMLPlatformUtils::fgTransService, nullptr);
 }
 
-TEST_F(PortConfiguration, TableIsACopy) {
-  Write(Document(Port("TTY#ttyS0")));
-  m_config.LoadPortConfiguration();
-  auto table = m_config.GetTable();
-  table.clear();
-  EXPECT_EQ(m_config.GetTable().size(), 1u);
-}
-
 } // namespace

@@ -23,4 +23,11 @@ public:
 //! initialised), so that it can describe an initialisation failure.
 GenICam::gcstring TranscodeAndTrim(const XMLCh* text);
 
+//! Throws the exception being handled on as a GenICam one, with the given place of the throw:
+//! Xerces' XMLException, DOMException and SAXException become a RuntimeException
+//! "<context>: <message>"; standard exceptions (GenICam's among them) pass unchanged; anything
+//! else becomes "<context>: Unspecified exception occurred". Call only inside a catch block.
+[[noreturn]] void RethrowAsGenICamException(const char* context, const char* sourceFile,
+                                            unsigned int sourceLine);
+
 } // namespace Vorla
