@@ -239,10 +239,13 @@ void CXmlLoader::startElement(const XMLCh* uri, const XMLCh* localname, const XM
     frame.Kind = EFrame::Property;
     frame.Prop = PropFromName(m_Name);
     if (attrs.getLength()) {
-      frame.Attr.Name = Attribute(attrs, u"Name");
-      frame.Attr.Index = Attribute(attrs, u"Index");
-      frame.Attr.Offset = Attribute(attrs, u"Offset");
-      frame.Attr.pOffset = Attribute(attrs, u"pOffset");
+      m_Attr.Name = Attribute(attrs, u"Name");
+      m_Attr.Index = Attribute(attrs, u"Index");
+      m_Attr.Offset = Attribute(attrs, u"Offset");
+      m_Attr.pOffset = Attribute(attrs, u"pOffset");
+    } else if (!m_Attr.Name.empty() || !m_Attr.Index.empty() || !m_Attr.Offset.empty() ||
+               !m_Attr.pOffset.empty()) {
+      m_Attr = CPropAttr();
     }
     m_Text.clear();
   };
@@ -253,6 +256,7 @@ void CXmlLoader::startElement(const XMLCh* uri, const XMLCh* localname, const XM
       frame.Kind = EFrame::Group;
     } else if (m_Name == "StructReg") {
       frame.Kind = EFrame::StructReg;
+      frame.Struct = std::make_unique<StructState>();
     } else {
       const ENodeType type = NodeTypeFromName(m_Name);
       if (type != ENodeType::None) {
@@ -282,8 +286,9 @@ void CXmlLoader::startElement(const XMLCh* uri, const XMLCh* localname, const XM
   case EFrame::StructReg:
     if (m_Name == "StructEntry") {
       frame.Kind = EFrame::StructEntry;
-      m_Stack.back().EntryNames.push_back(Attribute(attrs, u"Name"));
-      if (m_Stack.back().EntryNames.back().empty())
+      frame.Struct = std::make_unique<StructState>();
+      m_Stack.back().Struct->EntryNames.push_back(Attribute(attrs, u"Name"));
+      if (m_Stack.back().Struct->EntryNames.back().empty())
         Fail("a StructEntry has no Name");
     } else if (m_Name != "Extension") {
       property();
@@ -324,9 +329,9 @@ void CXmlLoader::endElement(const XMLCh* uri, const XMLCh* localname, const XMLC
   case EFrame::Property:
     Trim(m_Text);
     if (parent.Kind == EFrame::Node)
-      Apply(parent, frame.Prop, m_Text, frame.Attr);
-    else if (frame.Prop != EProp::Unknown)
-      parent.Records.push_back(Record{frame.Prop, m_Text, frame.Attr});
+      Apply(parent, frame.Prop, m_Text, m_Attr);
+    else if (frame.Prop != EProp::Unknown && parent.Struct)
+      parent.Struct->Records.push_back(Record{frame.Prop, m_Text, m_Attr});
     m_Text.clear();
     break;
   case EFrame::Node:
@@ -347,22 +352,22 @@ void CXmlLoader::endElement(const XMLCh* uri, const XMLCh* localname, const XMLC
     }
     break;
   case EFrame::StructEntry:
-    parent.Entries.push_back(std::move(frame.Records));
+    parent.Struct->Entries.push_back(std::move(frame.Struct->Records));
     break;
   case EFrame::StructReg:
     // Each entry is a masked register with the common elements first, its own after them.
-    for (size_t i = 0; i < frame.Entries.size(); ++i) {
+    for (size_t i = 0; i < frame.Struct->Entries.size(); ++i) {
       Frame entry(EFrame::Node, std::make_unique<CIntRegNode>(m_Map, ENodeType::StructEntry));
-      entry.Node->SetName(frame.EntryNames[i]);
+      entry.Node->SetName(frame.Struct->EntryNames[i]);
       entry.Node->m_DocIndex = m_DocIndex;
-      for (const Record& record : frame.Records)
+      for (const Record& record : frame.Struct->Records)
         Apply(entry, record.Prop, record.Text, record.Attr);
-      for (const Record& record : frame.Entries[i])
+      for (const Record& record : frame.Struct->Entries[i])
         Apply(entry, record.Prop, record.Text, record.Attr);
       try {
         m_Map.AddNode(std::move(entry.Node));
       } catch (const GenICam::GenericException& e) {
-        Fail(e.GetDescription(), frame.EntryNames[i]);
+        Fail(e.GetDescription(), frame.Struct->EntryNames[i]);
       }
     }
     break;

@@ -35,16 +35,18 @@ private:
     std::string Text;
     CPropAttr Attr;
   };
+  struct StructState {
+    std::vector<Record> Records;              // the common elements
+    std::vector<std::vector<Record>> Entries; // each entry's own elements
+    std::vector<std::string> EntryNames;
+  };
   struct Frame {
     explicit Frame(EFrame kind, std::unique_ptr<CNodeBase> node = nullptr)
         : Kind(kind), Node(std::move(node)) {}
     EFrame Kind;
-    std::unique_ptr<CNodeBase> Node; // Node frames: the node being built
-    EProp Prop = EProp::Unknown;     // Property frames
-    CPropAttr Attr;
-    std::vector<Record> Records;              // StructReg and StructEntry frames
-    std::vector<std::vector<Record>> Entries; // StructReg: the entries' own records
-    std::vector<std::string> EntryNames;      // StructReg: the entries' names
+    EProp Prop = EProp::Unknown;         // Property frames
+    std::unique_ptr<CNodeBase> Node;     // Node frames: the node being built
+    std::unique_ptr<StructState> Struct; // StructReg and StructEntry frames
   };
 
   std::unique_ptr<CNodeBase> Create(ENodeType type, const xercesc::Attributes& attrs);
@@ -60,6 +62,7 @@ private:
   std::vector<Frame> m_Stack;
   std::string m_Name; // scratch: the current element's local name
   std::string m_Text; // text of the current property element
+  CPropAttr m_Attr;   // attributes of the current property element
 };
 
 } // namespace GenApi
