@@ -67,9 +67,7 @@ gcstring CPortConfiguration::BuildPath() {
     if (machineFolder.empty()) {
       vxlog::LogTrace(TlLog(), vxlog::Error,
                       "Couldn't get full path to the PortConfiguration.xml file.");
-      // Built directly: GENERIC_EXCEPTION does not compile for the base class itself.
-      throw GenICam::GenericException("Couldn't get full path to the PortConfiguration.xml file.",
-                                      __FILE__, __LINE__);
+      throw GENERIC_EXCEPTION("Couldn't get full path to the PortConfiguration.xml file.");
     }
     folder = Platform::PathAppend(Platform::PathAppend(machineFolder, "Hexmar"), "CLBindings");
   }

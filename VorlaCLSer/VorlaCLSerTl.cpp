@@ -1,16 +1,30 @@
 #include "VorlaCLSerTl.h"
 
-#include <VorlaBase/Logging.h>
+#include "VorlaCLSerLog.h"
+#include "VorlaCLSerPort.h"
+
+#include <CLProtocol/CLPort.h>
+#include <CLProtocol/DeviceID.h>
+
+#include <cstring>
 
 namespace Vorla {
 namespace {
-vxlog::CategoryID TlCategory() {
-  static const vxlog::CategoryID id = vxlog::LogGetCatID("Vorla.CLSer.TL");
-  return id;
-}
-
 [[noreturn]] void NotAvailable() {
   throw RUNTIME_EXCEPTION("Not available in this version of the Camera Link transport layer");
+}
+
+// Reads a property that the description provider needs, or raises its missing-property error.
+gcstring RequiredProperty(const CDeviceInfo& info, const char* key) {
+  gcstring value;
+  if (!info.GetPropertyValue(key, value))
+    throw RUNTIME_EXCEPTION("Missing %s property in device info", key);
+  return value;
+}
+
+const char* DescriptionOf(const std::exception& e) {
+  const auto* g = dynamic_cast<const GenICam::GenericException*>(&e);
+  return g ? g->GetDescription() : e.what();
 }
 } // namespace
 
@@ -19,28 +33,188 @@ CVorlaCLSerTl::CVorlaCLSerTl() = default;
 CVorlaCLSerTl::~CVorlaCLSerTl() {
   boost::recursive_mutex::scoped_lock guard(m_lock);
   DestroyAllDevices();
+  while (!m_ports.empty()) {
+    const auto it = m_ports.begin();
+    it->second->Close(false);
+    m_ports.erase(it);
+  }
 }
 
 CTlInfo CVorlaCLSerTl::GetTlInfo() const { return GetCLSerTlInfo(); }
 
-int CVorlaCLSerTl::InternalEnumerateDevices(DeviceInfoList&) { NotAvailable(); }
+CVorlaCLSerPort& CVorlaCLSerTl::GetPort(const gcstring& portId) {
+  boost::recursive_mutex::scoped_lock guard(m_lock);
+  auto& port = m_ports[portId];
+  if (!port)
+    port = std::make_unique<CVorlaCLSerPort>(portId);
+  return *port;
+}
+
+unsigned int CVorlaCLSerTl::LoadPortConfiguration() {
+  return m_portConfiguration.LoadPortConfiguration();
+}
+
+int CVorlaCLSerTl::InternalEnumerateDevices(DeviceInfoList& list) {
+  int count = 0;
+  try {
+    LoadPortConfiguration();
+    const PortConfigurationTable table = m_portConfiguration.GetTable();
+    gcstring_vector enabledIds;
+    for (const SPortConfigurationEntry& entry : table)
+      if (entry.Enabled)
+        enabledIds.push_back(entry.ID);
+
+    gcstring_vector portIds;
+    CLProtocol::CCLPort::GetPortIDs(portIds);
+    vxlog::LogTrace(TlLog(), vxlog::Progress, "GetPortIDs() found %u ports.",
+                    static_cast<unsigned>(portIds.size()));
+    if (portIds.empty())
+      return 0;
+    for (const gcstring& id : portIds)
+      vxlog::LogTrace(TlLog(), vxlog::Progress, "Found available PortID '%s'", id.c_str());
+
+    gcstring_vector usable;
+    for (const gcstring& id : portIds)
+      for (const gcstring& enabled : enabledIds)
+        if (id == enabled) {
+          usable.push_back(id);
+          break;
+        }
+    if (usable.empty())
+      vxlog::LogTrace(TlLog(), vxlog::Progress,
+                      "No valid usable PortIDs due to no enabled ports in PortConfiguration.xml. "
+                      "Enumeration will return 0 devices.");
+    for (const gcstring& id : usable)
+      vxlog::LogTrace(TlLog(), vxlog::Progress, "Valid usable PortID '%s'", id.c_str());
+
+    gcstring_vector slots;
+    ProbePorts(usable, slots);
+    for (size_t i = 0; i < slots.size(); ++i) {
+      if (slots[i].empty())
+        continue;
+      const SPortConfigurationEntry* entry = FindPortEntry(usable[i], slots[i], table);
+      CVorlaCLSerTlDeviceInfoImpl record = BuildDeviceInfo(usable[i], slots[i]);
+      if (entry) {
+        record.SetDeviceSpecificString(entry->DeviceSpecificString);
+        record.SetInitialBaudRate(entry->BaudRate);
+      }
+      list.push_back(record);
+      ++count;
+    }
+  } catch (const GenICam::GenericException& e) {
+    vxlog::LogTrace(TlLog(), vxlog::Error, "Exception in %s while enumerating devices. '%s'",
+                    "Vorla::CVorlaCLSerTl::InternalEnumerateDevices", e.GetDescription());
+  }
+  return count;
+}
+
+void CVorlaCLSerTl::ProbePorts(const gcstring_vector& usablePorts, gcstring_vector& deviceIds) {
+  if (usablePorts.empty())
+    return;
+  gcstring_vector templates;
+  CLProtocol::CCLPort::GetDeviceIDTemplates(templates);
+  for (const gcstring& t : templates)
+    vxlog::LogTrace(TlLog(), vxlog::Progress, "Found DeviceIDTemplate '%s' ", t.c_str());
+  gcstring_vector kept;
+  for (const gcstring& t : templates) {
+    CLProtocol::CDeviceID id;
+    if (id.FromString(t) && id.GetCameraManufacturer() == "Hexmar") {
+      kept.push_back(t);
+      vxlog::LogTrace(TlLog(), vxlog::Progress, "Usable DeviceIDTemplate: '%s' ", t.c_str());
+    }
+  }
+  if (kept.empty()) {
+    vxlog::LogTrace(TlLog(), vxlog::Progress, "No usable usable DeviceIDTemplates found!");
+    return;
+  }
+  gcstring_vector slots(usablePorts.size());
+  for (size_t i = 0; i < usablePorts.size(); ++i) {
+    CVorlaCLSerPort& port = GetPort(usablePorts[i]); // the lookup takes the lock, not the probe
+    gcstring answer;
+    port.Probe(answer, &kept);
+    if (!answer.empty()) {
+      vxlog::LogTrace(TlLog(), vxlog::Progress, "Port '%s' adding '%s' to slot %u!",
+                      usablePorts[i].c_str(), answer.c_str(), static_cast<unsigned>(i));
+      slots[i] = answer;
+    }
+  }
+  for (size_t i = 0; i < slots.size(); ++i)
+    vxlog::LogTrace(TlLog(), vxlog::Progress, "Probed '%s' found '%s' ", usablePorts[i].c_str(),
+                    slots[i].c_str());
+  deviceIds = slots;
+}
+
+const SPortConfigurationEntry* CVorlaCLSerTl::FindPortEntry(const gcstring& portId,
+                                                            const gcstring& deviceId,
+                                                            const PortConfigurationTable& table) {
+  const SPortConfigurationEntry* best = nullptr;
+  int bestScore = 0;
+  for (const SPortConfigurationEntry& entry : table) {
+    if (!entry.Enabled || entry.ID != portId)
+      continue;
+    CLProtocol::CDeviceID id;
+    if (!id.FromString(deviceId)) {
+      vxlog::LogTrace(TlLog(), vxlog::Warning, "Could not parse DeviceID '%s', skipping!",
+                      deviceId.c_str());
+      continue;
+    }
+    if (entry.Manufacturer != id.GetCameraManufacturer())
+      continue;
+    int score = 1;
+    if (entry.Family == id.GetCameraFamily())
+      score = entry.Model == id.GetCameraModel() ? 3 : 2;
+    if (score > bestScore) { // ties go to the earlier entry
+      best = &entry;
+      bestScore = score;
+    }
+  }
+  return best;
+}
+
+CVorlaCLSerTlDeviceInfoImpl CVorlaCLSerTl::BuildDeviceInfo(const gcstring& portId,
+                                                           const gcstring& deviceId) {
+  CVorlaCLSerTlDeviceInfoImpl record;
+  CLProtocol::CDeviceID id;
+  if (!id.FromString(deviceId))
+    vxlog::LogTrace(TlLog(), vxlog::Warning, "Could not parse DeviceID '%s' for PortID '%s'.",
+                    deviceId.c_str(), portId.c_str());
+  record.SetPortID(portId);
+  record.SetDeviceID(deviceId);
+  const gcstring manufacturer = id.GetCameraManufacturer();
+  const gcstring model = id.GetCameraModel();
+  record.SetVendorName(manufacturer);
+  record.SetModelName(model);
+  const gcstring userDefinedName; // the camera's serial number is deliberately not copied
+  record.SetUserDefinedName(userDefinedName);
+  record.SetSerialNumber("");
+  const gcstring sep = CLProtocol::CDeviceID::GetTokenSeperator();
+  record.SetFullName(portId + "|" + id.GetDriverDirectory(true) + sep + id.GetDriverFileName() +
+                     sep + manufacturer + sep + id.GetCameraFamily() + sep + model);
+  gcstring friendly = manufacturer + " " + model;
+  if (!userDefinedName.empty())
+    friendly += "/" + userDefinedName;
+  record.SetFriendlyName(friendly + " on " + portId);
+  record.SetDeviceClass(CLSerDeviceClass);
+  record.SetDeviceFactory(GetCLSerTlInfo().GetFullName());
+  return record;
+}
 
 IVorlaDevice* CVorlaCLSerTl::InternalCreateDevice(const CDeviceInfo& info) {
   gcstring portId;
   if (!info.GetPropertyValue(CLSerKey::PortID, portId) || portId.empty()) {
-    vxlog::LogTrace(TlCategory(), vxlog::Error, "Missing PortID property in device info of '%s'",
+    vxlog::LogTrace(TlLog(), vxlog::Error, "Missing PortID property in device info of '%s'",
                     info.GetFullName().c_str());
     throw INVALID_ARGUMENT_EXCEPTION("Missing PortID property in device info of '%s'",
                                      info.GetFullName().c_str());
   }
   gcstring deviceId;
   if (!info.GetPropertyValue(CLSerKey::DeviceID, deviceId)) {
-    vxlog::LogTrace(TlCategory(), vxlog::Error, "Missing DeviceID property in device info of '%s'",
+    vxlog::LogTrace(TlLog(), vxlog::Error, "Missing DeviceID property in device info of '%s'",
                     info.GetFullName().c_str());
     throw RUNTIME_EXCEPTION("Missing DeviceID property in device info of '%s'",
                             info.GetFullName().c_str());
   }
-  NotAvailable();
+  NotAvailable(); // the camera device comes with a later version
 }
 
 CDeviceInfo CVorlaCLSerTl::InternalCreateDeviceInfo() { return CVorlaCLSerDeviceInfo(); }
@@ -51,8 +225,41 @@ bool CVorlaCLSerTl::IsDeviceMatch(const CDeviceInfo& device, const CDeviceInfo& 
 
 gcstring CVorlaCLSerTl::GetDeviceClass() const { return CLSerDeviceClass; }
 
-bool CVorlaCLSerTl::IsXMLFileAvailable(const CDeviceInfo&) { return false; }
+bool CVorlaCLSerTl::IsXMLFileAvailable(const CDeviceInfo& info) {
+  try {
+    const gcstring portId = RequiredProperty(info, CLSerKey::PortID);
+    const gcstring deviceId = RequiredProperty(info, CLSerKey::DeviceID);
+    return GetPort(portId).HasXML(deviceId);
+  } catch (const std::exception& e) {
+    vxlog::LogTrace(TlLog(), vxlog::Error, "Exception while calling CCLPort::GetXML error: '%s'",
+                    DescriptionOf(e));
+  } catch (...) {
+    vxlog::LogTrace(TlLog(), vxlog::Error, "Unspecified exception while calling CCLPort::GetXML");
+  }
+  return false;
+}
 
-void CVorlaCLSerTl::ProvideXMLFile(const CDeviceInfo&, gcstring&, gcstring&) { NotAvailable(); }
+void CVorlaCLSerTl::ProvideXMLFile(const CDeviceInfo& info, gcstring& /*fileName*/, gcstring& xml) {
+  gcstring result;
+  try {
+    const gcstring portId = RequiredProperty(info, CLSerKey::PortID);
+    const gcstring deviceId = RequiredProperty(info, CLSerKey::DeviceID);
+    GetPort(portId).GetXML(result, deviceId);
+  } catch (const std::exception& e) {
+    vxlog::LogTrace(TlLog(), vxlog::Error, "Exception while calling CCLPort::GetXML error: '%s'",
+                    DescriptionOf(e));
+    throw RUNTIME_EXCEPTION("Could not get XML for device '%s' (%s)",
+                            info.GetFriendlyName().c_str(), DescriptionOf(e));
+  }
+  if (result.empty()) {
+    vxlog::LogTrace(TlLog(), vxlog::Warning, "ProvideXMLFile will return an empty string!");
+    throw RUNTIME_EXCEPTION("Could not get XML for device '%s'", info.GetFriendlyName().c_str());
+  }
+  char prefix[501];
+  std::strncpy(prefix, result.c_str(), 500);
+  prefix[500] = '\0';
+  vxlog::LogTrace(TlLog(), vxlog::Detail, "Downloaded XML starts with '%s'...", prefix);
+  xml = result;
+}
 
 } // namespace Vorla

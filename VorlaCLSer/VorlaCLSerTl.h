@@ -1,10 +1,18 @@
 #pragma once
+#include "PortConfiguration.h"
+#include "VorlaCLSerTlDeviceInfoImpl.h"
+
 #include <vorla/VorlaCLSerDeviceInfo.h>
 #include <vorla/private/TransportLayerPrivateImpl.h>
 
 #include <boost/thread/recursive_mutex.hpp>
 
+#include <map>
+#include <memory>
+
 namespace Vorla {
+
+class CVorlaCLSerPort;
 
 //! The transport-layer information of this plug-in, built on first use and kept until unload.
 CTlInfo& GetCLSerTlInfo();
@@ -32,10 +40,24 @@ public:
   bool IsXMLFileAvailable(const CDeviceInfo& info) override;
   void ProvideXMLFile(const CDeviceInfo& info, gcstring& fileName, gcstring& xml) override;
 
+  //! The enumeration steps, in the order InternalEnumerateDevices runs them.
+  unsigned int LoadPortConfiguration();
+  void ProbePorts(const gcstring_vector& usablePorts, gcstring_vector& deviceIds);
+  static const SPortConfigurationEntry* FindPortEntry(const gcstring& portId,
+                                                      const gcstring& deviceId,
+                                                      const PortConfigurationTable& table);
+  static CVorlaCLSerTlDeviceInfoImpl BuildDeviceInfo(const gcstring& portId,
+                                                     const gcstring& deviceId);
+
+  //! The cached port of a port id, made on first need (under the transport-layer lock).
+  CVorlaCLSerPort& GetPort(const gcstring& portId);
+
 private:
   // Guards the port cache and the port configuration state. Owned by the transport layer;
   // probing and parsing run outside it.
   boost::recursive_mutex m_lock;
+  std::map<gcstring, std::unique_ptr<CVorlaCLSerPort>> m_ports;
+  CPortConfiguration m_portConfiguration{m_lock};
 };
 
 } // namespace Vorla

@@ -21,6 +21,12 @@ GenericException::GenericException(const char* description, const char* sourceFi
   : GenericException(description, sourceFileName, sourceLine, "", "", "GenericException") {}
 
 GenericException::GenericException(const char* description, const char* sourceFileName,
+                                   unsigned int sourceLine, const char* entryPoint,
+                                   const char* nodeName)
+  : GenericException(description, sourceFileName, sourceLine, entryPoint, nodeName,
+                     "GenericException") {}
+
+GenericException::GenericException(const char* description, const char* sourceFileName,
                                    unsigned int sourceLine, const char* exceptionType)
   : GenericException(description, sourceFileName, sourceLine, "", "", exceptionType) {}
 

@@ -16,6 +16,8 @@ public:
   GenericException(const char* description, const char* sourceFileName, unsigned int sourceLine,
                    const char* exceptionType);
   GenericException(const char* description, const char* sourceFileName, unsigned int sourceLine,
+                   const char* entryPoint, const char* nodeName);
+  GenericException(const char* description, const char* sourceFileName, unsigned int sourceLine,
                    const char* entryPoint, const char* nodeName, const char* exceptionType);
   ~GenericException() noexcept override;
 
