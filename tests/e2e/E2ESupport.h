@@ -1,0 +1,29 @@
+#pragma once
+// Shared look-ups of the end-to-end tests.
+#include <CLProtocol/CLPort.h>
+
+#include <cstdlib>
+#include <string>
+
+namespace VorlaE2E {
+
+const char kDriverFile[] = "libCLProtocolGenCP.so";
+
+//! The GenCP driver's Hexmar template as discovery lists it, empty when it is not found.
+inline std::string HexmarTemplate() {
+  GenICam::gcstring_vector templates;
+  CLProtocol::CCLPort::GetDeviceIDTemplates(templates);
+  const std::string tail = std::string("#") + kDriverFile + "#Hexmar";
+  for (const auto& t : templates)
+    if (t.size() > tail.size() && t.compare(t.size() - tail.size(), tail.size(), tail) == 0)
+      return t;
+  return std::string();
+}
+
+//! Points clsertty at one tty; the build tree's own layout is used for everything else.
+inline void UseOnlyPort(const std::string& device) {
+  ::unsetenv("VORLA_ROOT");
+  ::setenv("CLSERTTY_PORTS", device.c_str(), 1);
+}
+
+} // namespace VorlaE2E

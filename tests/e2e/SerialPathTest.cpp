@@ -1,0 +1,279 @@
+// The serial path end to end: CCLPort -> GenCP driver -> clsertty.so -> pty -> vorla-camsim.
+#include "E2ESupport.h"
+#include "SimulatorProcess.h"
+
+#include <CLProtocol/CLPort.h>
+#include <CLProtocol/CLProtocol.h>
+#include <camsim/CameraModel.h>
+#include <camsim/CameraXml.h>
+#include <gencp/ByteOrder.h>
+#include <gencp/Protocol.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <dlfcn.h>
+
+using CLProtocol::CCLPort;
+using CLProtocol::CLErrException;
+using VorlaE2E::CSimulatorProcess;
+namespace Abrm = GenCP::Abrm;
+
+namespace {
+
+const char kShortDeviceID[] = "Hexmar#CamSim#HX1300#_1_0#HX0001";
+
+class SerialPathTest : public ::testing::Test {
+protected:
+  void SetUp() override {
+    if (CSimulatorProcess::Executable().empty())
+      GTEST_SKIP() << "VORLA_TEST_BUILD_DIR is not set";
+  }
+
+  void TearDown() override {
+    // A connection still open is closed by its test's scope before this runs.
+    if (m_started) {
+      EXPECT_EQ(m_sim.Stop(), 0) << "the simulator did not end cleanly";
+    }
+    ::unsetenv("CLSERTTY_PORTS");
+  }
+
+  //! Starts a camera and makes its pty the only tty port; fatal failures end the test.
+  void StartCamera(const std::vector<std::string>& args = {}) {
+    ASSERT_TRUE(m_sim.Start(args)) << m_sim.Error();
+    m_started = true;
+    VorlaE2E::UseOnlyPort(m_sim.SlavePath());
+    m_template = VorlaE2E::HexmarTemplate();
+    ASSERT_FALSE(m_template.empty()) << "the GenCP driver was not discovered";
+  }
+
+  std::string FullDeviceID(const std::string& shortID = kShortDeviceID) const {
+    const std::string head = m_template.substr(0, m_template.rfind('#') + 1);
+    return head + shortID;
+  }
+
+  static std::string ReadString(CCLPort& port, std::uint64_t address) {
+    char text[Abrm::StringSize + 1] = {};
+    port.Read(text, static_cast<int64_t>(address), Abrm::StringSize);
+    return text;
+  }
+
+  static std::uint32_t ReadBE32(CCLPort& port, std::uint64_t address) {
+    std::uint8_t raw[4];
+    port.Read(raw, static_cast<int64_t>(address), sizeof raw);
+    return GenCP::GetBE32(raw);
+  }
+
+  //! The rate the camera itself reports in its serial bootstrap register.
+  static std::uint32_t CameraBaudBit(CCLPort& port) {
+    return ReadBE32(port, camsim::CCameraModel::SbrmAddress + GenCP::Sbrm::CurrentBaudrate);
+  }
+
+  CSimulatorProcess m_sim;
+  bool m_started = false;
+  std::string m_template;
+};
+
+TEST_F(SerialPathTest, PortOfTheSimulatorIsListed) {
+  StartCamera();
+  GenICam::gcstring_vector ids;
+  CCLPort::GetPortIDs(ids);
+  EXPECT_NE(std::find(ids.begin(), ids.end(), m_sim.PortID()), ids.end());
+  // The list follows the environment on every call.
+  ::setenv("CLSERTTY_PORTS", "", 1);
+  CCLPort::GetPortIDs(ids);
+  EXPECT_EQ(std::find(ids.begin(), ids.end(), m_sim.PortID()), ids.end());
+}
+
+TEST_F(SerialPathTest, ProbeWithTheTemplateAnswersTheFullDeviceID) {
+  StartCamera();
+  EXPECT_EQ(CCLPort::ProbeDevice(m_sim.PortID(), m_template), FullDeviceID());
+  // The line is closed again after a probe: a second one works the same.
+  EXPECT_EQ(CCLPort::ProbeDevice(m_sim.PortID(), FullDeviceID()), FullDeviceID());
+}
+
+TEST_F(SerialPathTest, ProbeMakesTheCameraTokensSafe) {
+  StartCamera({"--serial", "7-A.1", "--device-version", "2.5b"});
+  EXPECT_EQ(CCLPort::ProbeDevice(m_sim.PortID(), m_template),
+            FullDeviceID("Hexmar#CamSim#HX1300#_2_5b#_7_A_1"));
+}
+
+TEST_F(SerialPathTest, ProbeOfAnotherModelFindsNothing) {
+  StartCamera({"--model", "HX2000"});
+  EXPECT_EQ(CCLPort::ProbeDevice(m_sim.PortID(), m_template + "#CamSim#HX1300"), "");
+  EXPECT_EQ(CCLPort::ProbeDevice(m_sim.PortID(), m_template + "#CamSim#HX2000"),
+            FullDeviceID("Hexmar#CamSim#HX2000#_1_0#HX0001"));
+}
+
+TEST_F(SerialPathTest, ConnectAndReadTheBootstrapRegisters) {
+  StartCamera();
+  CCLPort port;
+  EXPECT_EQ(port.GetAccessMode(), GenApi::NA);
+  port.Connect(m_sim.PortID(), m_template);
+  ASSERT_TRUE(port.IsConnected());
+  EXPECT_EQ(port.GetDeviceID(), FullDeviceID());
+  EXPECT_EQ(port.GetPortID(), m_sim.PortID());
+  EXPECT_EQ(port.GetAccessMode(), GenApi::RW);
+
+  EXPECT_EQ(ReadBE32(port, Abrm::GenCPVersion) >> 16, 1u);
+  EXPECT_EQ(ReadString(port, Abrm::ManufacturerName), "Hexmar");
+  EXPECT_EQ(ReadString(port, Abrm::ModelName), "HX1300");
+  EXPECT_EQ(ReadString(port, Abrm::FamilyName), "CamSim");
+  EXPECT_EQ(ReadString(port, Abrm::DeviceVersion), "1.0");
+  EXPECT_EQ(ReadString(port, Abrm::SerialNumber), "HX0001");
+  std::uint8_t manifest[8];
+  port.Read(manifest, Abrm::ManifestTableAddress, sizeof manifest);
+  EXPECT_EQ(GenCP::GetBE64(manifest), camsim::CCameraModel::ManifestAddress);
+
+  // A write goes to the camera and comes back.
+  char name[Abrm::StringSize] = "e2e line";
+  port.Write(name, Abrm::UserDefinedName, sizeof name);
+  EXPECT_EQ(ReadString(port, Abrm::UserDefinedName), "e2e line");
+
+  port.Disconnect();
+  EXPECT_FALSE(port.IsConnected());
+  EXPECT_THROW(port.Read(name, Abrm::GenCPVersion, 4), GenICam::AccessException);
+}
+
+TEST_F(SerialPathTest, AConnectedLineIsRefusedToASecondUser) {
+  StartCamera();
+  CCLPort port;
+  port.Connect(m_sim.PortID(), m_template);
+  try {
+    CCLPort::ProbeDevice(m_sim.PortID(), m_template);
+    FAIL() << "the probe opened a port in use";
+  } catch (const CLErrException& e) {
+    EXPECT_EQ(e.GetCLErrorCode(), CL_ERR_PORT_IN_USE);
+  }
+  // The first user is not disturbed, and the port is free again once it lets go.
+  EXPECT_EQ(ReadString(port, Abrm::SerialNumber), "HX0001");
+  port.Disconnect();
+  EXPECT_EQ(CCLPort::ProbeDevice(m_sim.PortID(), m_template), FullDeviceID());
+}
+
+TEST_F(SerialPathTest, DescriptionComesPlain) {
+  StartCamera();
+  CCLPort port;
+  port.Connect(m_sim.PortID(), m_template);
+  GenICam::gcstring xml;
+  port.GetXML(xml);
+  EXPECT_EQ(xml, camsim::CameraXml());
+  // The download ran faster and left the line at the rate it found.
+  EXPECT_EQ(port.GetDeviceBauderate(), static_cast<CLUINT32>(CL_BAUDRATE_9600));
+  EXPECT_EQ(CameraBaudBit(port), static_cast<std::uint32_t>(CL_BAUDRATE_9600));
+}
+
+TEST_F(SerialPathTest, DescriptionComesZipped) {
+  StartCamera({"--zip"});
+  CCLPort port;
+  port.Connect(m_sim.PortID(), m_template);
+  GenICam::gcstring xml;
+  port.GetXML(xml, false);
+  EXPECT_EQ(xml, camsim::CameraXml());
+  // Again through the fast path, from a fresh connection.
+  port.Connect(m_sim.PortID(), port.GetDeviceID());
+  port.GetXML(xml, true);
+  EXPECT_EQ(xml, camsim::CameraXml());
+  EXPECT_EQ(CameraBaudBit(port), static_cast<std::uint32_t>(CL_BAUDRATE_9600));
+}
+
+TEST_F(SerialPathTest, DescriptionWithoutPublishedChecksumStillLoads) {
+  StartCamera({"--zip", "--no-sha1"});
+  CCLPort port;
+  port.Connect(m_sim.PortID(), m_template);
+  GenICam::gcstring xml;
+  port.GetXML(xml);
+  EXPECT_EQ(xml, camsim::CameraXml());
+}
+
+TEST_F(SerialPathTest, BaudRateSwitchesAndSwitchesBack) {
+  StartCamera();
+  CCLPort port;
+  port.Connect(m_sim.PortID(), m_template);
+  CLUINT32 mask = 0;
+  ASSERT_EQ(port.SupportedBaudrates(mask), CL_ERR_NO_ERR);
+  EXPECT_EQ(mask, 0xFFu); // every rate of clsertty and of the camera
+  ASSERT_EQ(port.GetDeviceBauderate(), static_cast<CLUINT32>(CL_BAUDRATE_9600));
+
+  port.SetDeviceBauderate(CL_BAUDRATE_115200);
+  EXPECT_EQ(port.GetDeviceBauderate(), static_cast<CLUINT32>(CL_BAUDRATE_115200));
+  EXPECT_EQ(CameraBaudBit(port), static_cast<std::uint32_t>(CL_BAUDRATE_115200));
+  EXPECT_EQ(ReadString(port, Abrm::SerialNumber), "HX0001");
+
+  port.SetDeviceBauderate(CL_BAUDRATE_9600);
+  EXPECT_EQ(port.GetDeviceBauderate(), static_cast<CLUINT32>(CL_BAUDRATE_9600));
+  EXPECT_EQ(CameraBaudBit(port), static_cast<std::uint32_t>(CL_BAUDRATE_9600));
+
+  // A rate outside the camera's set is refused and changes nothing.
+  try {
+    port.SetDeviceBauderate(CL_BAUDRATE_9600 | CL_BAUDRATE_19200);
+    FAIL() << "two rates at once were accepted";
+  } catch (const CLErrException& e) {
+    EXPECT_EQ(e.GetCLErrorCode(), CL_ERR_BAUD_RATE_NOT_SUPPORTED);
+  }
+  EXPECT_EQ(CameraBaudBit(port), static_cast<std::uint32_t>(CL_BAUDRATE_9600));
+
+  // A new connection finds the camera at the power-up rate.
+  port.Disconnect();
+  EXPECT_EQ(CCLPort::ProbeDevice(m_sim.PortID(), m_template), FullDeviceID());
+}
+
+TEST_F(SerialPathTest, CameraWithFewerRatesLimitsTheSwitch) {
+  StartCamera({"--baud-rates", "0x13"});
+  CCLPort port;
+  port.Connect(m_sim.PortID(), m_template);
+  CLUINT32 mask = 0;
+  ASSERT_EQ(port.SupportedBaudrates(mask), CL_ERR_NO_ERR);
+  EXPECT_EQ(mask, 0x13u);
+  EXPECT_THROW(port.SetDeviceBauderate(CL_BAUDRATE_921600), CLErrException);
+  GenICam::gcstring xml;
+  port.GetXML(xml);
+  EXPECT_EQ(xml, camsim::CameraXml());
+  EXPECT_EQ(CameraBaudBit(port), static_cast<std::uint32_t>(CL_BAUDRATE_9600));
+}
+
+TEST_F(SerialPathTest, LostAnswersAreSentAgain) {
+  StartCamera({"--drop-every", "4", "--corrupt-every", "7"});
+  CCLPort port;
+  port.SetSerialTimeOut(100);
+  port.Connect(m_sim.PortID(), m_template);
+  for (int i = 0; i < 6; ++i)
+    EXPECT_EQ(ReadString(port, Abrm::SerialNumber), "HX0001") << "read " << i;
+}
+
+TEST_F(SerialPathTest, VanishedCameraEndsInATimeOut) {
+  // The probe of Connect takes four commands (version, bootstrap tail, names, serial registers).
+  StartCamera({"--vanish-after-commands", "5"});
+  CCLPort port;
+  port.SetSerialTimeOut(50);
+  port.Connect(m_sim.PortID(), m_template);
+  EXPECT_EQ(ReadString(port, Abrm::SerialNumber), "HX0001");
+  try {
+    ReadString(port, Abrm::SerialNumber);
+    FAIL() << "a silent camera answered";
+  } catch (const CLErrException& e) {
+    EXPECT_EQ(e.GetCLErrorCode(), CL_ERR_TIMEOUT);
+  }
+}
+
+TEST_F(SerialPathTest, DriverIsInitialisedByDiscovery) {
+  StartCamera();
+  // Discovery loaded and initialised the driver; a second clpInitLib without clpCloseLib is
+  // refused, so the host must not have made one.
+  const std::string path =
+      m_template.substr(0, m_template.find('#')) + "/Linux64_x64/" + VorlaE2E::kDriverFile;
+  void* handle = ::dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
+  ASSERT_NE(handle, nullptr) << "the driver is not loaded: " << path;
+  auto initLib = reinterpret_cast<clpInitLib_t>(::dlsym(handle, "clpInitLib"));
+  ASSERT_NE(initLib, nullptr);
+  EXPECT_EQ(initLib(nullptr, CLP_LOG_ERROR), CL_ERR_IN_USE);
+  ::dlclose(handle);
+  EXPECT_EQ(CCLPort::ProbeDevice(m_sim.PortID(), m_template), FullDeviceID());
+}
+
+} // namespace
