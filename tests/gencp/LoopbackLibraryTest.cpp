@@ -20,7 +20,7 @@ protected:
     if (!build)
       GTEST_SKIP() << "VORLA_TEST_BUILD_DIR not set";
     m_Library = std::make_unique<Vorla::Platform::CDynamicLibrary>();
-    ASSERT_TRUE(m_Library->Load(std::string(build) + "/lib/vorla/clserial/clserlbk.so"));
+    ASSERT_TRUE(m_Library->Load(std::string(build) + "/lib/vorla-test/clserial/clserlbk.so"));
     camsim::CLoopbackBus::Instance().SetPortCount(2);
     camsim::CLoopbackBus::Instance().DetachAll();
   }

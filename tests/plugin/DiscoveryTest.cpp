@@ -1,0 +1,172 @@
+#include "LoopbackRig.h"
+#include "VorlaCLSerTl.h"
+
+#include <CLProtocol/DeviceID.h>
+
+using namespace Vorla;
+using rig::CBindingsFolder;
+
+namespace {
+class Discovery : public rig::CLoopbackTest {
+protected:
+  static gcstring Property(const CDeviceInfo& info, const char* key) {
+    gcstring value;
+    return info.GetPropertyValue(key, value) ? value : gcstring("<absent>");
+  }
+
+  CBindingsFolder m_bindings;
+};
+
+SPortConfigurationEntry Entry(const char* id, const char* manufacturer, const char* family,
+                              const char* model, bool enabled = true) {
+  SPortConfigurationEntry e;
+  e.ID = id;
+  e.Manufacturer = manufacturer;
+  e.Family = family;
+  e.Model = model;
+  e.Enabled = enabled;
+  e.DeviceSpecificString = std::string(manufacturer) + "/" + family + "/" + model;
+  return e;
+}
+} // namespace
+
+TEST_F(Discovery, FindsTheCamerasOfEnabledPortsInPortOrder) {
+  rig::Attach(0, "SN0", "HX1300");
+  rig::Attach(1, "SN1", "HX2000");
+  m_bindings.Write(
+      CBindingsFolder::Port(rig::PortId(1), "<Manufacturer>Hexmar</Manufacturer>"
+                                            "<DeviceSpecificString>Sapera 1</DeviceSpecificString>"
+                                            "<BaudRate>Baud115200</BaudRate>") +
+      CBindingsFolder::Port(rig::PortId(0), "<Manufacturer>Hexmar</Manufacturer>") +
+      CBindingsFolder::Port(rig::PortId(2)));
+  CVorlaCLSerTl tl;
+  DeviceInfoList list;
+  ASSERT_EQ(tl.EnumerateDevices(list), 2);
+  ASSERT_EQ(list.size(), 2u);
+
+  const CDeviceInfo& first = list[0];
+  const gcstring deviceId = Property(first, "DeviceID");
+  CLProtocol::CDeviceID id;
+  ASSERT_TRUE(id.FromString(deviceId));
+  EXPECT_EQ(id.GetCameraSerialNumber(), "SN0");
+  EXPECT_EQ(Property(first, "PortID"), rig::PortId(0));
+  EXPECT_EQ(first.GetDeviceClass(), "HexmarCameraLink");
+  EXPECT_FALSE(first.IsUserProvided());
+  EXPECT_EQ(first.GetVendorName(), "Hexmar");
+  EXPECT_EQ(first.GetModelName(), "HX1300");
+  EXPECT_EQ(first.GetUserDefinedName(), "");
+  EXPECT_EQ(first.GetSerialNumber(), ""); // the camera's serial number is not copied
+  EXPECT_EQ(first.GetFullName(), rig::PortId(0) + "|" + id.GetDriverDirectory(true) + "#" +
+                                     id.GetDriverFileName() + "#Hexmar#" + id.GetCameraFamily() +
+                                     "#HX1300");
+  EXPECT_EQ(first.GetFriendlyName(), "Hexmar HX1300 on " + rig::PortId(0));
+  EXPECT_EQ(first.GetDeviceFactory(), "Camera Link/HexmarCameraLink 2.3.5.2633");
+  EXPECT_EQ(Property(first, "DeviceSpecificString"), ""); // matched entry without the values
+  EXPECT_EQ(Property(first, "InitialBaudRate"), "");
+
+  EXPECT_EQ(Property(list[1], "PortID"), rig::PortId(1));
+  EXPECT_EQ(Property(list[1], "DeviceSpecificString"), "Sapera 1");
+  EXPECT_EQ(Property(list[1], "InitialBaudRate"), "Baud115200");
+
+  // The empty port cost one probe, then it was skipped.
+  EXPECT_EQ(m_log.Count("Seems there is no device connected to port '" + rig::PortId(2) +
+                        "'. Skipping further probes."),
+            1u);
+  EXPECT_EQ(m_log.Count("Probed '" + rig::PortId(2) + "' found '' "), 1u);
+}
+
+TEST_F(Discovery, AnUnchangedFileIsReadOnceAndATouchedOneAgain) {
+  rig::Attach(0, "SN0");
+  m_bindings.Write(CBindingsFolder::Port(rig::PortId(0)));
+  CVorlaCLSerTl tl;
+  DeviceInfoList list;
+  EXPECT_EQ(tl.EnumerateDevices(list), 1);
+  EXPECT_EQ(tl.EnumerateDevices(list), 1);
+  const std::string parsing = "Trying to load CLBindings from file '" + m_bindings.File() + "'";
+  EXPECT_EQ(m_log.Count(parsing), 1u);
+  m_bindings.Write(CBindingsFolder::Port(rig::PortId(0), "", "no"));
+  m_bindings.Touch(5);
+  EXPECT_EQ(tl.EnumerateDevices(list), 0);
+  EXPECT_EQ(m_log.Count(parsing), 2u);
+}
+
+TEST_F(Discovery, PortsMustBeEnabledWithTheExactId) {
+  rig::Attach(0, "SN0");
+  CVorlaCLSerTl tl;
+  DeviceInfoList list;
+  const char* const noUsable = "No valid usable PortIDs due to no enabled ports in "
+                               "PortConfiguration.xml. Enumeration will return 0 devices.";
+  EXPECT_EQ(tl.EnumerateDevices(list), 0); // no configuration file at all
+  EXPECT_EQ(m_log.Count(noUsable), 1u);
+
+  std::string lower = rig::PortId(0);
+  lower[lower.size() - 5] = 'l'; // "Loopback#loop0"
+  m_bindings.Write(CBindingsFolder::Port(lower) + CBindingsFolder::Port("Nowhere#Port9"));
+  EXPECT_EQ(tl.EnumerateDevices(list), 0);
+  EXPECT_EQ(m_log.Count(noUsable), 2u);
+  EXPECT_EQ(m_log.CountContaining("Probed"), 0u); // no port was opened
+}
+
+TEST_F(Discovery, AMalformedFileIsReportedAndEnumeratesNothing) {
+  rig::Attach(0, "SN0");
+  m_bindings.Write(CBindingsFolder::Port(rig::PortId(0)) + "<Port>");
+  CVorlaCLSerTl tl;
+  DeviceInfoList list;
+  EXPECT_EQ(tl.EnumerateDevices(list), 0);
+  EXPECT_EQ(m_log.CountContaining("Could not read CLBindings (Failed to parse XML file '"), 1u);
+  EXPECT_EQ(m_log.CountContaining("Exception in Vorla::CVorlaCLSerTl::InternalEnumerateDevices "
+                                  "while enumerating devices. 'Failed to parse XML file '"),
+            1u);
+}
+
+TEST_F(Discovery, FilterKeepsMatchingCamerasOnce) {
+  rig::Attach(0, "SN0", "HX1300");
+  rig::Attach(1, "SN1", "HX2000");
+  m_bindings.Write(CBindingsFolder::Port(rig::PortId(0)) + CBindingsFolder::Port(rig::PortId(1)));
+  CVorlaCLSerTl tl;
+  DeviceInfoList list;
+  CDeviceInfo byModel, byVendor;
+  byModel.SetModelName("HX2000");
+  byVendor.SetVendorName("Hexmar");
+  byVendor.SetModelName("HX2000");
+  EXPECT_EQ(tl.EnumerateDevices(list, DeviceInfoList{byModel, byVendor}), 1);
+  ASSERT_EQ(list.size(), 1u);
+  EXPECT_EQ(list[0].GetModelName(), "HX2000");
+  EXPECT_EQ(m_log.Count("Filter applied to device list, count of devices before filter step = 2, "
+                        "after filter step = 1."),
+            1u);
+}
+
+TEST(DiscoveryRules, BestEntryScoresManufacturerFamilyAndModel) {
+  const gcstring deviceId = "/opt/cl#libX.so#Hexmar#Fam#Mod#v1#SN";
+  const PortConfigurationTable table{
+      Entry("P#1", "Hexmar", "Other", "Mod"),       // score 1: family differs, model ignored
+      Entry("P#1", "Hexmar", "Fam", "Mod", false),  // disabled
+      Entry("P#1", "Hexmar", "Fam", "Other"),       // score 2
+      Entry("p#1", "Hexmar", "Fam", "Mod"),         // other port (case matters)
+      Entry("P#1", "Hexmar", "Fam", "Mod"),         // score 3
+      Entry("P#1", "Hexmar", "Fam", "Mod"),         // tie: the earlier one stays
+      Entry("P#1", "Someone", "Fam", "Mod"),        // no candidate
+  };
+  EXPECT_EQ(CVorlaCLSerTl::FindPortEntry("P#1", deviceId, table), &table[4]);
+  const PortConfigurationTable partial{table[0], table[2]};
+  EXPECT_EQ(CVorlaCLSerTl::FindPortEntry("P#1", deviceId, partial), &partial[1]);
+  EXPECT_EQ(CVorlaCLSerTl::FindPortEntry("P#2", deviceId, table), nullptr);
+  EXPECT_EQ(CVorlaCLSerTl::FindPortEntry("P#1", "/opt/cl#libX.so#Someone#Fam", table),
+            &table[6]);
+}
+
+TEST(DiscoveryRules, RecordsOfUnparsableDeviceIdsStillCarryPortAndDeviceId) {
+  vxlog::CLogCapture log;
+  const CVorlaCLSerTlDeviceInfoImpl record = CVorlaCLSerTl::BuildDeviceInfo("P#1", "garbage");
+  EXPECT_EQ(log.Count("Could not parse DeviceID 'garbage' for PortID 'P#1'."), 1u);
+  EXPECT_EQ(record.GetPortID(), "P#1");
+  EXPECT_EQ(record.GetDeviceID(), "garbage");
+  const gcstring friendly = record.GetFriendlyName();
+  EXPECT_EQ(friendly.substr(friendly.size() - 7), " on P#1");
+  EXPECT_EQ(record.GetDeviceClass(), "HexmarCameraLink");
+
+  const PortConfigurationTable table{Entry("P#1", "Hexmar", "Fam", "Mod")};
+  EXPECT_EQ(CVorlaCLSerTl::FindPortEntry("P#1", "garbage", table), nullptr);
+  EXPECT_EQ(log.Count("Could not parse DeviceID 'garbage', skipping!"), 1u);
+}

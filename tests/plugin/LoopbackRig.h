@@ -1,0 +1,103 @@
+#pragma once
+// In-process cameras for the plug-in's tests: camera models on the ports of the loopback serial
+// library, a port configuration in a temporary folder, and the log capture.
+#include <camsim/CameraModel.h>
+#include <camsim/LoopbackBus.h>
+
+#include <VorlaBase/Logging.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+
+namespace rig {
+
+//! Points the host at the loopback serial library before any test touches a serial port; the
+//! host reads the serial library folders once per process.
+inline void UseLoopbackSerialLibrary() {
+  static const bool done = [] {
+    const char* build = std::getenv("VORLA_TEST_BUILD_DIR");
+    const std::string folder = std::string(build ? build : ".") + "/lib/vorla-test/clserial";
+    ::setenv("CLSERIALPATH", folder.c_str(), 1);
+    ::unsetenv("CLSERTTY_PORTS");
+    return true;
+  }();
+  (void)done;
+}
+
+//! "Loopback#Loop<i>"
+inline std::string PortId(size_t i) { return "Loopback#" + camsim::CLoopbackBus::PortName(i); }
+
+inline std::shared_ptr<camsim::CCameraModel> Attach(size_t port, const std::string& serial,
+                                                    const std::string& model = "HX1300") {
+  camsim::SCameraOptions options;
+  options.m_Serial = serial;
+  options.m_Model = model;
+  auto camera = std::make_shared<camsim::CCameraModel>(options);
+  camsim::CLoopbackBus::Instance().Attach(port, camera);
+  return camera;
+}
+
+//! Waits (bounded) until `condition` holds; for events of other threads, never as a delay.
+inline bool Eventually(const std::function<bool()>& condition) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > end)
+      return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return true;
+}
+
+//! A temporary folder holding PortConfiguration_x64.xml, named by VORLA_CL_BINDINGS.
+class CBindingsFolder {
+public:
+  CBindingsFolder() {
+    char pattern[] = "/tmp/vorla-bindings-XXXXXX";
+    m_folder = ::mkdtemp(pattern);
+    ::setenv("VORLA_CL_BINDINGS", m_folder.c_str(), 1);
+  }
+  ~CBindingsFolder() {
+    ::unsetenv("VORLA_CL_BINDINGS");
+    std::error_code ec;
+    std::filesystem::remove_all(m_folder, ec);
+  }
+  std::string File() const { return m_folder + "/PortConfiguration_x64.xml"; }
+  void Write(const std::string& ports) {
+    std::ofstream(File()) << "<CLBindings>" << ports << "</CLBindings>\n";
+  }
+  //! Gives the file a new modification time without waiting for the clock.
+  void Touch(int secondsLater) {
+    const auto t = std::filesystem::last_write_time(File());
+    std::filesystem::last_write_time(File(), t + std::chrono::seconds(secondsLater));
+  }
+  static std::string Port(const std::string& id, const std::string& more = "",
+                          const char* enabled = "yes") {
+    return "<Port><ID>" + id + "</ID><Enabled>" + enabled + "</Enabled>" + more + "</Port>";
+  }
+
+private:
+  std::string m_folder;
+};
+
+//! Common set-up: loopback library, three empty ports, a clean bus afterwards.
+class CLoopbackTest : public ::testing::Test {
+protected:
+  void SetUp() override {
+    UseLoopbackSerialLibrary();
+    camsim::CLoopbackBus::Instance().DetachAll();
+    camsim::CLoopbackBus::Instance().SetPortCount(3);
+  }
+  void TearDown() override { camsim::CLoopbackBus::Instance().DetachAll(); }
+
+  vxlog::CLogCapture m_log;
+};
+
+} // namespace rig

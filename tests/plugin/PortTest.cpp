@@ -1,0 +1,261 @@
+#include "LoopbackRig.h"
+#include "VorlaCLSerPort.h"
+
+#include <CLProtocol/CLPort.h>
+#include <GenApi/GenApi.h>
+#include <camsim/CameraXml.h>
+
+#include <atomic>
+#include <cstring>
+#include <thread>
+
+using namespace Vorla;
+
+namespace {
+constexpr int64_t SerialNumberAddress = 0x144; // bootstrap register, 64 bytes
+
+// The device side of a port: counts removals, may hold a camera node map.
+class CSink : public IVorlaCLSerRemovalSink {
+public:
+  void NotifyRemoval() override { ++m_removals; }
+  bool IsDeviceOpen() const override { return m_open; }
+  GenApi::INodeMap* GetCameraNodeMap() override { return m_nodeMap._Ptr; }
+
+  std::atomic<int> m_removals{0};
+  bool m_open = true;
+  GenApi::CNodeMapRef m_nodeMap;
+};
+
+std::string ReadSerial(CVorlaCLSerPort& port) {
+  char text[64] = {};
+  port.Read(text, SerialNumberAddress, sizeof text);
+  return std::string(text, strnlen(text, sizeof text));
+}
+
+class Port : public rig::CLoopbackTest {
+protected:
+  // The full DeviceID of the camera on a loopback port, as discovery finds it.
+  static gcstring DeviceIdOn(size_t port) {
+    gcstring_vector templates;
+    CLProtocol::CCLPort::GetDeviceIDTemplates(templates);
+    for (const gcstring& t : templates) {
+      const gcstring id = CLProtocol::CCLPort::ProbeDevice(rig::PortId(port), t, 400);
+      if (!id.empty())
+        return id;
+    }
+    return gcstring();
+  }
+};
+} // namespace
+
+TEST_F(Port, ConnectsReadsAndReconnectsAfterInactivity) {
+  rig::Attach(0, "SN1");
+  const gcstring deviceId = DeviceIdOn(0);
+  ASSERT_FALSE(deviceId.empty());
+  CVorlaCLSerPort port(rig::PortId(0));
+  EXPECT_EQ(port.GetAccessMode(), GenApi::RW);
+  ASSERT_TRUE(port.ConnectDevice(deviceId));
+  EXPECT_EQ(m_log.Count("Successfully created/connected deviceID '" + deviceId + "' on '" +
+                        rig::PortId(0) + "'."),
+            1u);
+  EXPECT_FALSE(port.ConnectDevice(deviceId)); // already connected
+  EXPECT_EQ(ReadSerial(port), "SN1");
+
+  port.SetAutoCloseTimeout(10);
+  ASSERT_TRUE(rig::Eventually([&] { return !port.IsConnected(); }));
+  EXPECT_EQ(m_log.Count("AutoClosing CLPort '" + rig::PortId(0) + "' due to inactivity."), 1u);
+  EXPECT_EQ(port.GetDeviceId(), deviceId); // kept for the reopen
+  port.SetAutoCloseTimeout(0);
+  EXPECT_EQ(ReadSerial(port), "SN1");
+  EXPECT_EQ(m_log.Count("Reopening CLPort '" + rig::PortId(0) + "'"), 1u);
+  EXPECT_TRUE(port.IsConnected());
+
+  EXPECT_TRUE(port.Close(false));
+  EXPECT_EQ(m_log.Count("Closed CLPort '" + rig::PortId(0) + "'"), 1u);
+  EXPECT_EQ(port.GetDeviceId(), "");
+  // A fully closed port cannot reopen and, without a device on it, fires nothing.
+  CSink sink;
+  try {
+    ReadSerial(port);
+    FAIL();
+  } catch (const GenICam::RuntimeException& e) {
+    EXPECT_EQ(std::string(e.GetDescription()), "Could not reopen CLPort '" + rig::PortId(0) + "'");
+  }
+  EXPECT_EQ(sink.m_removals, 0);
+}
+
+TEST_F(Port, AVanishedCameraIsRemovedOnceAndLaterAccessFailsWithoutTraffic) {
+  auto camera = rig::Attach(0, "SN1");
+  const gcstring deviceId = DeviceIdOn(0);
+  CVorlaCLSerPort port(rig::PortId(0));
+  CSink sink;
+  ASSERT_TRUE(port.ConnectDevice(deviceId));
+  port.SetRemovalSink(&sink);
+
+  camsim::CLoopbackBus::Instance().Detach(0);
+  try {
+    ReadSerial(port);
+    FAIL();
+  } catch (const CLProtocol::CLErrException& e) {
+    EXPECT_EQ(e.GetCLErrorCode(), CL_ERR_TIMEOUT);
+    EXPECT_EQ(m_log.CountContaining("Could not read from CLSer port '" + rig::PortId(0) +
+                                    "'. CL Error: -10004"),
+              1u);
+  }
+  EXPECT_EQ(sink.m_removals, 1);
+  EXPECT_EQ(m_log.Count("Device removal for PortID '" + rig::PortId(0) + "' DeviceID '" +
+                        deviceId + "' detected. Firing removal callbacks."),
+            1u);
+
+  camsim::CLoopbackBus::Instance().Attach(0, camera); // back, but the port stays removed
+  const auto commands = camera->Statistics().m_Commands;
+  const char data[4] = {};
+  try {
+    port.Write(data, 0x10000, 4);
+    FAIL();
+  } catch (const GenICam::RuntimeException& e) {
+    EXPECT_EQ(std::string(e.GetDescription()),
+              "Device '" + rig::PortId(0) + "' already removed/disconnected.");
+  }
+  EXPECT_EQ(camera->Statistics().m_Commands, commands);
+  EXPECT_EQ(sink.m_removals, 1);
+
+  port.Close(false); // a full close clears the removal
+  EXPECT_FALSE(port.IsRemoved());
+}
+
+TEST_F(Port, AFailedReopenFiresRemovalForNoDeviceCodes) {
+  rig::Attach(0, "SN1");
+  const gcstring deviceId = DeviceIdOn(0);
+  CVorlaCLSerPort port(rig::PortId(0));
+  CSink sink;
+  ASSERT_TRUE(port.ConnectDevice(deviceId));
+  port.SetRemovalSink(&sink);
+  ASSERT_TRUE(port.Close(true)); // as the inactivity timer does
+
+  camsim::CLoopbackBus::Instance().Detach(0);
+  EXPECT_FALSE(port.Reopen());
+  EXPECT_EQ(m_log.CountContaining("Could not connect CLPort '" + rig::PortId(0) + "' DeviceID '" +
+                                  deviceId + "' Error: -10004 '"),
+            1u);
+  EXPECT_EQ(m_log.Count("Could not reopen CLPort '" + rig::PortId(0) + "'"), 1u);
+  EXPECT_EQ(sink.m_removals, 1);
+  EXPECT_THROW(ReadSerial(port), GenICam::RuntimeException); // removed: no second firing
+  EXPECT_EQ(sink.m_removals, 1);
+}
+
+TEST_F(Port, OtherReopenErrorsFireRemovalThroughTheFailingAccess) {
+  rig::Attach(0, "SN1");
+  const gcstring deviceId = DeviceIdOn(0);
+  CVorlaCLSerPort port(rig::PortId(0));
+  CSink sink;
+  ASSERT_TRUE(port.ConnectDevice(deviceId));
+  port.SetRemovalSink(&sink);
+  ASSERT_TRUE(port.Close(true));
+
+  rig::Attach(0, "SN2"); // another camera answers on the port
+  EXPECT_FALSE(port.Reopen());
+  EXPECT_EQ(sink.m_removals, 0);
+  EXPECT_THROW(ReadSerial(port), GenICam::RuntimeException);
+  EXPECT_EQ(sink.m_removals, 1);
+}
+
+TEST_F(Port, DescriptionIsReadOnceAndAClosedPortIsClosedAgain) {
+  auto camera = rig::Attach(0, "SN1");
+  const gcstring deviceId = DeviceIdOn(0);
+  CVorlaCLSerPort port(rig::PortId(0));
+
+  EXPECT_TRUE(port.HasXML(deviceId));
+  EXPECT_FALSE(port.IsConnected());
+  EXPECT_EQ(m_log.Count("Closed CLPort '" + rig::PortId(0) + "'"), 1u);
+
+  ASSERT_TRUE(port.ConnectDevice(deviceId));
+  const auto commands = camera->Statistics().m_Commands;
+  gcstring xml;
+  port.GetXML(xml, deviceId); // served from what HasXML read
+  EXPECT_EQ(xml, camsim::CameraXml());
+  EXPECT_EQ(camera->Statistics().m_Commands, commands);
+  EXPECT_TRUE(port.IsConnected());
+
+  CVorlaCLSerPort empty(rig::PortId(1));
+  try {
+    empty.GetXML(xml, deviceId);
+    FAIL();
+  } catch (const GenICam::RuntimeException& e) {
+    EXPECT_EQ(std::string(e.GetDescription()), "Could not open port '" + deviceId + "'");
+  }
+}
+
+TEST_F(Port, ProbeStopsAtNoDeviceAndRetriesOtherErrors) {
+  CVorlaCLSerPort port(rig::PortId(2));
+  gcstring_vector templates;
+  CLProtocol::CCLPort::GetDeviceIDTemplates(templates);
+  ASSERT_FALSE(templates.empty());
+  const gcstring hexmar = templates[0];
+  gcstring answer = "stale";
+  const gcstring_vector twice{hexmar, hexmar};
+  port.Probe(answer, &twice);
+  EXPECT_EQ(answer, "");
+  EXPECT_EQ(m_log.Count("Seems there is no device connected to port '" + rig::PortId(2) +
+                        "'. Skipping further probes."),
+            1u); // the second template is never tried
+
+  m_log.Clear();
+  rig::Attach(2, "SN3");
+  const gcstring_vector badThenGood{hexmar + "#not-a-token!", hexmar};
+  port.Probe(answer, &badThenGood);
+  EXPECT_EQ(m_log.Count("Error accessing port '" + rig::PortId(2) + "'. Retrying!"), 1u);
+  EXPECT_NE(answer.find("#SN3"), gcstring::npos) << answer;
+}
+
+TEST_F(Port, ProbeOfAnOpenDeviceAsksTheCameraForItsSerialNumber) {
+  rig::Attach(0, "SN1");
+  const gcstring deviceId = DeviceIdOn(0);
+  CVorlaCLSerPort port(rig::PortId(0));
+  CSink sink;
+  ASSERT_TRUE(port.ConnectDevice(deviceId));
+  port.SetRemovalSink(&sink);
+
+  gcstring answer;
+  port.Probe(answer); // no node map yet: full probe, the port reconnects afterwards
+  EXPECT_EQ(m_log.Count("Device is opened but 'DeviceID' node not found. Performing a full probe."),
+            1u);
+  EXPECT_EQ(answer, deviceId);
+  EXPECT_TRUE(port.IsConnected());
+
+  sink.m_nodeMap._LoadXMLFromString(camsim::CameraXml());
+  ASSERT_TRUE(sink.m_nodeMap._Connect(&port));
+  port.Probe(answer);
+  EXPECT_EQ(answer, deviceId);
+  EXPECT_EQ(sink.m_removals, 0);
+
+  rig::Attach(0, "SN9"); // the camera was swapped while open
+  port.Probe(answer);
+  EXPECT_EQ(answer, "");
+  EXPECT_EQ(sink.m_removals, 1);
+}
+
+// Accesses race the inactivity timer: the re-arm under the port lock must never wait for a
+// callback that waits for that lock. Run under the tsan preset too.
+TEST_F(Port, InactivityCloseNeverDeadlocksAgainstAccesses) {
+  rig::Attach(0, "SN1");
+  const gcstring deviceId = DeviceIdOn(0);
+  CVorlaCLSerPort port(rig::PortId(0));
+  ASSERT_TRUE(port.ConnectDevice(deviceId));
+  port.SetAutoCloseTimeout(1);
+  std::atomic<int> reads{0};
+  auto reader = [&] {
+    for (int i = 0; i < 100; ++i) {
+      EXPECT_EQ(ReadSerial(port), "SN1");
+      ++reads;
+      if (i % 10 == 0) // idle long enough for the timer to fire now and then
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+  };
+  std::thread a(reader), b(reader);
+  a.join();
+  b.join();
+  EXPECT_EQ(reads, 200);
+  port.SetAutoCloseTimeout(0);
+  EXPECT_TRUE(port.Close(false));
+}
