@@ -1,9 +1,25 @@
 #!/usr/bin/env bash
-# Sets up, builds and runs the main job.
+# Sets up, builds and runs the main job: a simulated Camera Link camera on a pseudo-terminal,
+# a port configuration that enables that port, and `vorla-cl list` finding the camera.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 ./scripts/setup.sh
 ./scripts/build.sh default
-bin=build/default/bin
-echo "== transport layers found by the host =="
+bin=$PWD/build/default/bin
+
+work=$(mktemp -d)
+coproc CAMSIM { exec "$bin/vorla-camsim" --serial HX0001 --model HX1300; }
+trap 'kill "$CAMSIM_PID" 2>/dev/null || true; wait "$CAMSIM_PID" 2>/dev/null || true; rm -rf "$work"' EXIT
+read -r -t 10 pty <&"${CAMSIM[0]}"
+echo "== camera simulator on $pty"
+
+# The tty serial library names the port "TTY#<device without /dev/>".
+port="TTY#${pty#/dev/}"
+sed "s|TTY#ttyS0|$port|" examples/PortConfiguration_x64.xml >"$work/PortConfiguration_x64.xml"
+echo "== port configuration enabling $port in $work"
+
+export VORLA_CL_BINDINGS=$work CLSERTTY_PORTS=$pty
+echo "== transport layers"
 "$bin/vorla-cl" tls
+echo "== cameras"
+"$bin/vorla-cl" list -v

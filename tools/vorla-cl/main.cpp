@@ -49,17 +49,24 @@ std::string PortConfigurationPath() {
 std::vector<std::string> LinesAfter(const vxlog::CLogCapture& log, const std::string& prefix) {
   std::vector<std::string> values;
   for (const vxlog::LogEntry& e : log.Entries())
-    if (e.text.compare(0, prefix.size(), prefix) == 0)
-      values.push_back(e.text.substr(prefix.size()));
+    if (e.text.compare(0, prefix.size(), prefix) == 0) {
+      std::string value = e.text.substr(prefix.size());
+      if (value.size() >= 2 && value.front() == '\'' && value.back() == '\'')
+        value = value.substr(1, value.size() - 2);
+      values.push_back(value);
+    }
   return values;
 }
 
 // Says why an enumeration found nothing, from what the transport layer logged on the way.
 void ExplainNothingFound(const vxlog::CLogCapture& log) {
   const std::string path = PortConfigurationPath();
-  for (const std::string& failure : LinesAfter(log, "Could not read CLBindings "))
+  const auto failures = LinesAfter(log, "Could not read CLBindings ");
+  for (const std::string& failure : failures)
     std::printf("The port configuration '%s' could not be read: %s\n", path.c_str(),
                 failure.c_str());
+  if (!failures.empty())
+    return;
   if (log.Contains("GetPortIDs() found 0 ports.")) {
     std::printf("No Camera Link serial port found. Serial libraries are looked for in '%s' and "
                 "$CLSERIALPATH; the tty library offers the ttys listed in $CLSERTTY_PORTS.\n",
