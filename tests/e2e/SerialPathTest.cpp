@@ -27,6 +27,8 @@ namespace Abrm = GenCP::Abrm;
 namespace {
 
 const char kShortDeviceID[] = "Hexmar#CamSim#HX1300#_1_0#HX0001";
+// The camera's UserSetSave command register.
+const std::uint64_t kUserSetSave = camsim::CCameraModel::DeviceBase + 0x78;
 
 class SerialPathTest : public ::testing::Test {
 protected:
@@ -37,7 +39,7 @@ protected:
 
   void TearDown() override {
     // A connection still open is closed by its test's scope before this runs.
-    if (m_started) {
+    if (m_sim.IsRunning()) {
       EXPECT_EQ(m_sim.Stop(), 0) << "the simulator did not end cleanly";
     }
     ::unsetenv("CLSERTTY_PORTS");
@@ -46,7 +48,6 @@ protected:
   //! Starts a camera and makes its pty the only tty port; fatal failures end the test.
   void StartCamera(const std::vector<std::string>& args = {}) {
     ASSERT_TRUE(m_sim.Start(args)) << m_sim.Error();
-    m_started = true;
     VorlaE2E::UseOnlyPort(m_sim.SlavePath());
     m_template = VorlaE2E::HexmarTemplate();
     ASSERT_FALSE(m_template.empty()) << "the GenCP driver was not discovered";
@@ -75,7 +76,6 @@ protected:
   }
 
   CSimulatorProcess m_sim;
-  bool m_started = false;
   std::string m_template;
 };
 
@@ -221,6 +221,55 @@ TEST_F(SerialPathTest, BaudRateSwitchesAndSwitchesBack) {
   // A new connection finds the camera at the power-up rate.
   port.Disconnect();
   EXPECT_EQ(CCLPort::ProbeDevice(m_sim.PortID(), m_template), FullDeviceID());
+}
+
+TEST_F(SerialPathTest, BaudRateFeatureWriteSwitchesBothEnds) {
+  StartCamera();
+  CCLPort port;
+  port.Connect(m_sim.PortID(), m_template);
+  const auto writeFeature = [&port](std::int64_t value) {
+    std::uint8_t raw[4];
+    GenCP::PutBE(raw, static_cast<std::uint64_t>(value), 4);
+    port.Write(raw, GenCP::Hexmar::BaudRateFeatureRegister, sizeof raw);
+  };
+  writeFeature(GenCP::Hexmar::FeatureValueOfBaudBit(CL_BAUDRATE_230400));
+  EXPECT_EQ(port.GetDeviceBauderate(), static_cast<CLUINT32>(CL_BAUDRATE_230400));
+  EXPECT_EQ(CameraBaudBit(port), static_cast<std::uint32_t>(CL_BAUDRATE_230400));
+  EXPECT_EQ(ReadBE32(port, GenCP::Hexmar::BaudRateFeatureRegister),
+            static_cast<std::uint32_t>(GenCP::Hexmar::FeatureValueOfBaudBit(CL_BAUDRATE_230400)));
+  writeFeature(GenCP::Hexmar::FeatureValueOfBaudBit(CL_BAUDRATE_9600));
+  EXPECT_EQ(CameraBaudBit(port), static_cast<std::uint32_t>(CL_BAUDRATE_9600));
+  // 16 names no rate.
+  EXPECT_THROW(writeFeature(16), CLErrException);
+  EXPECT_EQ(CameraBaudBit(port), static_cast<std::uint32_t>(CL_BAUDRATE_9600));
+}
+
+TEST_F(SerialPathTest, SlowWriteIsWaitedOut) {
+  // Saving a user set outlasts the camera's response time: it answers with pending
+  // acknowledges until done.
+  StartCamera();
+  CCLPort port;
+  port.SetSerialTimeOut(200);
+  port.Connect(m_sim.PortID(), m_template);
+  std::uint8_t zero[4] = {};
+  EXPECT_NO_THROW(port.Write(zero, kUserSetSave, sizeof zero));
+  EXPECT_EQ(ReadString(port, Abrm::SerialNumber), "HX0001");
+}
+
+TEST_F(SerialPathTest, CameraGoneWhileConnectedEndsInATimeOut) {
+  StartCamera();
+  CCLPort port;
+  port.SetSerialTimeOut(50);
+  port.Connect(m_sim.PortID(), m_template);
+  ASSERT_EQ(m_sim.Stop(), 0);
+  try {
+    ReadString(port, Abrm::SerialNumber);
+    FAIL() << "a camera that is gone answered";
+  } catch (const CLErrException& e) {
+    EXPECT_EQ(e.GetCLErrorCode(), CL_ERR_TIMEOUT);
+  }
+  port.Disconnect();
+  EXPECT_FALSE(port.IsConnected());
 }
 
 TEST_F(SerialPathTest, CameraWithFewerRatesLimitsTheSwitch) {

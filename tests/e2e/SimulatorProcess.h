@@ -27,6 +27,7 @@ public:
   //! be killed.
   int Stop();
 
+  bool IsRunning() const { return m_pid > 0; }
   const std::string& SlavePath() const { return m_slavePath; }
   //! "TTY#pts/N": the port as clsertty names it.
   std::string PortID() const;
