@@ -182,6 +182,16 @@ TEST_F(SerialPathTest, DescriptionComesZipped) {
   EXPECT_EQ(CameraBaudBit(port), static_cast<std::uint32_t>(CL_BAUDRATE_9600));
 }
 
+TEST_F(SerialPathTest, PacedDescriptionDownloadRunsAtTheFastestRate) {
+  StartCamera({"--pace", "--zip"});
+  CCLPort port;
+  port.Connect(m_sim.PortID(), m_template);
+  GenICam::gcstring xml;
+  port.GetXML(xml);
+  EXPECT_EQ(xml, camsim::CameraXml());
+  EXPECT_EQ(CameraBaudBit(port), static_cast<std::uint32_t>(CL_BAUDRATE_9600));
+}
+
 TEST_F(SerialPathTest, DescriptionWithoutPublishedChecksumStillLoads) {
   StartCamera({"--zip", "--no-sha1"});
   CCLPort port;
