@@ -75,6 +75,21 @@ TEST_F(Discovery, FindsTheCamerasOfEnabledPortsInPortOrder) {
   EXPECT_EQ(m_log.Count("Probed '" + rig::PortId(2) + "' found '' "), 1u);
 }
 
+TEST_F(Discovery, ACameraThatVanishesMidProbeIsSkippedAndLaterPortsAreStillProbed) {
+  camsim::SCameraOptions options;
+  options.m_Serial = "GONE";
+  options.m_Faults.m_VanishAfterCommands = 1; // answers the first command of the probe only
+  camsim::CLoopbackBus::Instance().Attach(0, std::make_shared<camsim::CCameraModel>(options));
+  rig::Attach(1, "SN1");
+  m_bindings.Write(CBindingsFolder::Port(rig::PortId(0)) + CBindingsFolder::Port(rig::PortId(1)));
+  CVorlaCLSerTl tl;
+  DeviceInfoList list;
+  ASSERT_EQ(tl.EnumerateDevices(list), 1);
+  gcstring portId;
+  list[0].GetPropertyValue("PortID", portId);
+  EXPECT_EQ(portId, rig::PortId(1));
+}
+
 TEST_F(Discovery, AnUnchangedFileIsReadOnceAndATouchedOneAgain) {
   rig::Attach(0, "SN0");
   m_bindings.Write(CBindingsFolder::Port(rig::PortId(0)));

@@ -23,8 +23,12 @@ namespace rig {
 //! host reads the serial library folders once per process.
 inline void UseLoopbackSerialLibrary() {
   static const bool done = [] {
+    // The build tree: from ctest, or the test binary's own place (<build>/bin).
     const char* build = std::getenv("VORLA_TEST_BUILD_DIR");
-    const std::string folder = std::string(build ? build : ".") + "/lib/vorla-test/clserial";
+    const std::string root =
+        build ? std::string(build)
+              : std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path().string();
+    const std::string folder = root + "/lib/vorla-test/clserial";
     ::setenv("CLSERIALPATH", folder.c_str(), 1);
     ::unsetenv("CLSERTTY_PORTS");
     return true;

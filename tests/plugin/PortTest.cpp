@@ -6,6 +6,7 @@
 #include <camsim/CameraXml.h>
 
 #include <atomic>
+#include <functional>
 #include <cstring>
 #include <thread>
 
@@ -125,23 +126,41 @@ TEST_F(Port, AVanishedCameraIsRemovedOnceAndLaterAccessFailsWithoutTraffic) {
 }
 
 TEST_F(Port, AFailedReopenFiresRemovalForNoDeviceCodes) {
-  rig::Attach(0, "SN1");
-  const gcstring deviceId = DeviceIdOn(0);
-  CVorlaCLSerPort port(rig::PortId(0));
-  CSink sink;
-  ASSERT_TRUE(port.ConnectDevice(deviceId));
-  port.SetRemovalSink(&sink);
-  ASSERT_TRUE(port.Close(true)); // as the inactivity timer does
+  struct Case {
+    CLINT32 code;
+    std::function<void(const std::shared_ptr<camsim::CCameraModel>&)> loseCamera;
+  };
+  const Case cases[] = {
+      {CL_ERR_TIMEOUT, [](const auto&) { camsim::CLoopbackBus::Instance().Detach(0); }},
+      {-30209, // the line answers, but with noise
+       [](const auto& camera) {
+         camsim::SFaultPlan noise;
+         noise.m_CorruptEvery = 1;
+         camera->InjectFaults(noise);
+       }},
+  };
+  for (const Case& c : cases) {
+    m_log.Clear();
+    auto camera = rig::Attach(0, "SN1");
+    const gcstring deviceId = DeviceIdOn(0);
+    CVorlaCLSerPort port(rig::PortId(0));
+    CSink sink;
+    ASSERT_TRUE(port.ConnectDevice(deviceId));
+    port.SetRemovalSink(&sink);
+    ASSERT_TRUE(port.Close(true)); // as the inactivity timer does
 
-  camsim::CLoopbackBus::Instance().Detach(0);
-  EXPECT_FALSE(port.Reopen());
-  EXPECT_EQ(m_log.CountContaining("Could not connect CLPort '" + rig::PortId(0) + "' DeviceID '" +
-                                  deviceId + "' Error: -10004 '"),
-            1u);
-  EXPECT_EQ(m_log.Count("Could not reopen CLPort '" + rig::PortId(0) + "'"), 1u);
-  EXPECT_EQ(sink.m_removals, 1);
-  EXPECT_THROW(ReadSerial(port), GenICam::RuntimeException); // removed: no second firing
-  EXPECT_EQ(sink.m_removals, 1);
+    c.loseCamera(camera);
+    EXPECT_FALSE(port.Reopen());
+    EXPECT_EQ(m_log.CountContaining("Could not connect CLPort '" + rig::PortId(0) +
+                                    "' DeviceID '" + deviceId +
+                                    "' Error: " + std::to_string(c.code) + " '"),
+              1u)
+        << c.code;
+    EXPECT_EQ(m_log.Count("Could not reopen CLPort '" + rig::PortId(0) + "'"), 1u);
+    EXPECT_EQ(sink.m_removals, 1);
+    EXPECT_THROW(ReadSerial(port), GenICam::RuntimeException); // removed: no second firing
+    EXPECT_EQ(sink.m_removals, 1);
+  }
 }
 
 TEST_F(Port, OtherReopenErrorsFireRemovalThroughTheFailingAccess) {
