@@ -1,23 +1,15 @@
 #pragma once
-#include "CFormulaSet.h"
 #include "CIntegerBase.h"
+#include "CSwissKnifeBase.h"
 
 namespace GenApi {
 
 //! IntSwissKnife: a read-only integer computed by a formula in integer arithmetic. Also used
 //! unnamed inside registers as an address term.
-class CIntSwissKnifeNode : public CIntegerBase {
+class CIntSwissKnifeNode : public CSwissKnifeBase<CIntegerBase, int64_t> {
 public:
-  explicit CIntSwissKnifeNode(CNodeMap& map) : CIntegerBase(map, ENodeType::IntSwissKnife) {}
-  bool SetProperty(EProp prop, const std::string& text, const CPropAttr& attr) override;
-  void Link() override;
+  explicit CIntSwissKnifeNode(CNodeMap& map) : CSwissKnifeBase(map, ENodeType::IntSwissKnife) {}
   int64_t GetIntV(bool verify, bool ignoreCache) override;
-  EAccessMode NaturalAccessMode() const override { return RO; }
-
-private:
-  CFormulaSet m_Formulas;
-  std::string m_Text;
-  size_t m_Formula = 0;
 };
 
 } // namespace GenApi

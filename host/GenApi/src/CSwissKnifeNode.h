@@ -1,22 +1,14 @@
 #pragma once
 #include "CFloatBase.h"
-#include "CFormulaSet.h"
+#include "CSwissKnifeBase.h"
 
 namespace GenApi {
 
 //! SwissKnife: a read-only float computed by a formula.
-class CSwissKnifeNode : public CFloatBase {
+class CSwissKnifeNode : public CSwissKnifeBase<CFloatBase, double> {
 public:
-  explicit CSwissKnifeNode(CNodeMap& map) : CFloatBase(map, ENodeType::SwissKnife) {}
-  bool SetProperty(EProp prop, const std::string& text, const CPropAttr& attr) override;
-  void Link() override;
+  explicit CSwissKnifeNode(CNodeMap& map) : CSwissKnifeBase(map, ENodeType::SwissKnife) {}
   double GetFloatV(bool verify, bool ignoreCache) override;
-  EAccessMode NaturalAccessMode() const override { return RO; }
-
-private:
-  CFormulaSet m_Formulas;
-  std::string m_Text;
-  size_t m_Formula = 0;
 };
 
 } // namespace GenApi

@@ -1,0 +1,45 @@
+#pragma once
+#include "CFormulaSet.h"
+
+#include <type_traits>
+
+namespace GenApi {
+
+//! What SwissKnife and IntSwissKnife share: a read-only value computed by one formula, in integer
+//! arithmetic when TValue is an integer. TBase is the interface base (CFloatBase or CIntegerBase).
+template <class TBase, class TValue> class CSwissKnifeBase : public TBase {
+public:
+  CSwissKnifeBase(CNodeMap& map, ENodeType type) : TBase(map, type) {}
+
+  bool SetProperty(EProp prop, const std::string& text, const CPropAttr& attr) override {
+    if (prop == EProp::Formula)
+      return m_Text = text, true;
+    return m_Formulas.SetProperty(prop, text, attr) || TBase::SetProperty(prop, text, attr);
+  }
+
+  void Link() override {
+    TBase::Link();
+    m_Formulas.Link(*this, {});
+    m_Formula = m_Formulas.Compile(*this, m_Text, "Formula");
+  }
+
+  EAccessMode NaturalAccessMode() const override { return RO; }
+
+protected:
+  TValue Compute(bool ignoreCache) const {
+    const FormulaValue result = m_Formulas.Evaluate(m_Formula, IsInteger, ignoreCache, nullptr);
+    if constexpr (IsInteger)
+      return result.AsInt();
+    else
+      return result.AsFloat();
+  }
+
+private:
+  static constexpr bool IsInteger = std::is_integral<TValue>::value;
+
+  CFormulaSet m_Formulas;
+  std::string m_Text;
+  size_t m_Formula = 0;
+};
+
+} // namespace GenApi
