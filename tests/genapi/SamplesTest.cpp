@@ -46,7 +46,9 @@ TEST_P(Samples, LoadReadAndRoundTrip) {
       // Step one increment up (when the range allows), check, and restore.
       const int64_t value = integer->GetValue();
       const int64_t min = integer->GetMin(), max = integer->GetMax(), inc = integer->GetInc();
-      if (value < min || value > max || inc <= 0 || (value - min) % inc)
+      // Unsigned: the distance from a minimum of INT64_MIN does not fit the signed type.
+      if (value < min || value > max || inc <= 0 ||
+          (static_cast<uint64_t>(value) - static_cast<uint64_t>(min)) % static_cast<uint64_t>(inc))
         continue;
       const int64_t next = value <= max - inc ? value + inc : value;
       integer->SetValue(next);

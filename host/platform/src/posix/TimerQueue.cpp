@@ -41,7 +41,8 @@ struct CTimerQueue::Impl {
         continue;
       }
       if (Clock::now() < earliest->second.due) {
-        changed.wait_until(guard, earliest->second.due);
+        const Clock::time_point due = earliest->second.due; // the node may go while we wait
+        changed.wait_until(guard, due);
         continue;
       }
       const Handle id = earliest->first;
