@@ -21,21 +21,21 @@ gcstring PortableFormat(const char* format) {
       continue;
     }
     // flags, width, precision
-    gcstring spec;
+    gcstring flags;
     while (*p && std::strchr("-+ #0123456789.*", *p))
-      spec += *p++;
+      flags += *p++;
     if (std::strncmp(p, "I64", 3) == 0) {
       p += 3;
       while (*p && std::strchr("-+#0123456789.", *p))
-        spec += *p++;
-      out += spec + "ll";
+        flags += *p++;
+      out += flags + "ll";
       if (*p && std::strchr("diouxX", *p))
         out += *p++;
       else
         out += 'd'; // a bare "%I64" prints as decimal
       continue;
     }
-    out += spec;
+    out += flags;
   }
   return out;
 }
