@@ -16,12 +16,11 @@ bool CFloatRegNode::SetProperty(EProp prop, const std::string& text, const CProp
   }
   if (prop == EProp::Sign)
     return true; // some files give one; a float has its own sign
-  return m_Register.SetProperty(prop, text, attr) || CFloatBase::SetProperty(prop, text, attr);
+  return CRegisterBase::SetProperty(prop, text, attr);
 }
 
 void CFloatRegNode::Link() {
-  CFloatBase::Link();
-  m_Register.Link(*this);
+  CRegisterBase::Link();
   if (m_Register.HasLiteralLength())
     Length(false);
 }

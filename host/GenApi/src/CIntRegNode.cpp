@@ -33,13 +33,12 @@ bool CIntRegNode::SetProperty(EProp prop, const std::string& text, const CPropAt
     return true;
   }
   default:
-    return m_Register.SetProperty(prop, text, attr) || CIntegerBase::SetProperty(prop, text, attr);
+    return CRegisterBase::SetProperty(prop, text, attr);
   }
 }
 
 void CIntRegNode::Link() {
-  CIntegerBase::Link();
-  m_Register.Link(*this);
+  CRegisterBase::Link();
   if (m_Register.HasLiteralLength() &&
       (m_Register.LiteralLength() < 1 || m_Register.LiteralLength() > 8))
     throw GENAPI_NODE_ERROR(RuntimeException)("Node '%s': Length %lld is not 1..8 bytes",

@@ -1,32 +1,25 @@
 #pragma once
 #include "CIntegerBase.h"
-#include "CRegisterAccess.h"
+#include "CRegisterBase.h"
 
 namespace GenApi {
 
 //! IntReg, MaskedIntReg and StructEntry: an integer in a register, whole or as a bit field.
-class CIntRegNode : public CIntegerBase {
+class CIntRegNode : public CRegisterBase<CIntegerBase> {
 public:
-  CIntRegNode(CNodeMap& map, ENodeType type) : CIntegerBase(map, type) {}
+  CIntRegNode(CNodeMap& map, ENodeType type) : CRegisterBase(map, type) {}
   bool SetProperty(EProp prop, const std::string& text, const CPropAttr& attr) override;
-  CRegisterAccess& Register() { return m_Register; }
-  void CollectOwned(std::vector<CNodeBase*>& owned) override { m_Register.CollectOwned(owned); }
   void Link() override;
   int64_t GetIntV(bool verify, bool ignoreCache) override;
   void SetIntV(int64_t value, bool verify) override;
   int64_t GetIntMinV() override;
   int64_t GetIntMaxV() override;
-  EAccessMode NaturalAccessMode() const override { return m_Register.Mode(); }
-  void InvalidateOwn() override { m_Register.Invalidate(); }
-  ECachingMode GetCachingMode() const override { return m_Register.CachingMode(); }
-  bool IsValueCacheValid() const override { return m_Register.IsCacheValid(); }
 
 private:
   int64_t Length(bool ignoreCache) const;
   //! Field position in little-endian bit numbering (bit 0 = least significant).
   void Field(int64_t length, int& lsb, int& width) const;
 
-  CRegisterAccess m_Register;
   bool m_Signed = false;
   bool m_BigEndian = false;
   bool m_Masked = false;

@@ -7,15 +7,6 @@
 
 namespace GenApi {
 
-bool CRegisterNode::SetProperty(EProp prop, const std::string& text, const CPropAttr& attr) {
-  return m_Register.SetProperty(prop, text, attr) || CNodeBase::SetProperty(prop, text, attr);
-}
-
-void CRegisterNode::Link() {
-  CNodeBase::Link();
-  m_Register.Link(*this);
-}
-
 void CRegisterNode::CheckLength(int64_t length) {
   const int64_t own = m_Register.Length(false);
   if (length != own)

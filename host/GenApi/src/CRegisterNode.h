@@ -1,23 +1,15 @@
 #pragma once
 #include "CNodeBase.h"
-#include "CRegisterAccess.h"
+#include "CRegisterBase.h"
 
 #include <GenApi/IRegister.h>
 
 namespace GenApi {
 
 //! Register: raw bytes.
-class CRegisterNode : public CNodeBase, public IRegister {
+class CRegisterNode : public CRegisterBase<CNodeBase, IRegister> {
 public:
-  explicit CRegisterNode(CNodeMap& map) : CNodeBase(map, ENodeType::Register) {}
-  bool SetProperty(EProp prop, const std::string& text, const CPropAttr& attr) override;
-  CRegisterAccess& Register() { return m_Register; }
-  void CollectOwned(std::vector<CNodeBase*>& owned) override { m_Register.CollectOwned(owned); }
-  void Link() override;
-  EAccessMode NaturalAccessMode() const override { return m_Register.Mode(); }
-  void InvalidateOwn() override { m_Register.Invalidate(); }
-  ECachingMode GetCachingMode() const override { return m_Register.CachingMode(); }
-  bool IsValueCacheValid() const override { return m_Register.IsCacheValid(); }
+  explicit CRegisterNode(CNodeMap& map) : CRegisterBase(map, ENodeType::Register) {}
   EInterfaceType GetPrincipalInterfaceType() const override { return intfIRegister; }
 
   void Set(const uint8_t* pBuffer, int64_t Length, bool Verify = true) override;
@@ -31,7 +23,6 @@ public:
 
 private:
   void CheckLength(int64_t length);
-  CRegisterAccess m_Register;
 };
 
 } // namespace GenApi

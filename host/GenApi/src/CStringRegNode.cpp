@@ -7,15 +7,6 @@
 
 namespace GenApi {
 
-bool CStringRegNode::SetProperty(EProp prop, const std::string& text, const CPropAttr& attr) {
-  return m_Register.SetProperty(prop, text, attr) || CNodeBase::SetProperty(prop, text, attr);
-}
-
-void CStringRegNode::Link() {
-  CNodeBase::Link();
-  m_Register.Link(*this);
-}
-
 gcstring CStringRegNode::GetValue(bool Verify, bool IgnoreCache) {
   CEntryGuard guard(*this, "GetValue");
   if (!GenApi::IsReadable(GetAccessMode()))
