@@ -1,0 +1,75 @@
+#include "LoopbackRig.h"
+#include "VorlaCLSerTl.h"
+
+#include <camsim/CameraXml.h>
+
+using namespace Vorla;
+
+namespace {
+class Provider : public rig::CLoopbackTest {
+protected:
+  // The record discovery gives the camera on loopback port 0.
+  CDeviceInfo Found() {
+    m_bindings.Write(rig::CBindingsFolder::Port(rig::PortId(0)));
+    DeviceInfoList list;
+    EXPECT_EQ(m_tl.EnumerateDevices(list), 1);
+    return list.empty() ? CDeviceInfo() : list[0];
+  }
+
+  rig::CBindingsFolder m_bindings;
+  CVorlaCLSerTl m_tl;
+};
+} // namespace
+
+TEST_F(Provider, DownloadsTheCamerasDescriptionAndLogsItsBeginning) {
+  rig::Attach(0, "SN0");
+  const CDeviceInfo info = Found();
+  IXmlFileProvider* provider = m_tl.GetXmlFileProvider();
+  EXPECT_TRUE(provider->IsXMLFileAvailable(info));
+  gcstring fileName = "untouched", xml;
+  provider->ProvideXMLFile(info, fileName, xml);
+  const std::string expected = camsim::CameraXml();
+  EXPECT_EQ(xml, expected);
+  EXPECT_EQ(fileName, "untouched");
+  ASSERT_GT(expected.size(), 500u);
+  EXPECT_EQ(m_log.Count("Downloaded XML starts with '" + expected.substr(0, 500) + "'..."), 1u);
+}
+
+TEST_F(Provider, MissingPropertiesAreReportedNotThrownByTheAvailabilityTest) {
+  IXmlFileProvider* provider = m_tl.GetXmlFileProvider();
+  CDeviceInfo foreign;
+  foreign.SetDeviceClass("OtherTl");
+  foreign.SetFriendlyName("cam");
+  EXPECT_FALSE(provider->IsXMLFileAvailable(foreign));
+  EXPECT_EQ(m_log.Count("Exception while calling CCLPort::GetXML error: 'Missing PortID property "
+                        "in device info'"),
+            1u);
+
+  foreign.SetPropertyValue("PortID", rig::PortId(0));
+  gcstring fileName, xml = "kept";
+  try {
+    provider->ProvideXMLFile(foreign, fileName, xml);
+    FAIL();
+  } catch (const GenICam::RuntimeException& e) {
+    EXPECT_STREQ(e.GetDescription(),
+                 "Could not get XML for device 'cam' (Missing DeviceID property in device info)");
+  }
+  EXPECT_EQ(xml, "kept");
+}
+
+TEST_F(Provider, APortErrorMakesTheDescriptionUnavailable) {
+  rig::Attach(0, "SN0");
+  const CDeviceInfo info = Found();
+  camsim::CLoopbackBus::Instance().Detach(0);
+  IXmlFileProvider* provider = m_tl.GetXmlFileProvider();
+  EXPECT_FALSE(provider->IsXMLFileAvailable(info));
+  gcstring fileName, xml;
+  try {
+    provider->ProvideXMLFile(info, fileName, xml);
+    FAIL();
+  } catch (const GenICam::RuntimeException& e) {
+    const std::string text = e.GetDescription();
+    EXPECT_EQ(text.rfind("Could not get XML for device '" + info.GetFriendlyName() + "' (", 0), 0u)
+        << text;
+  }
+}
