@@ -10,31 +10,29 @@ CLogCapture::CLogCapture() { RegisterCapture(this); }
 
 CLogCapture::~CLogCapture() { UnregisterCapture(this); }
 
-void CLogCapture::Add(const LogEntry& entry) {
-  std::lock_guard<std::mutex> guard(m_lock);
-  m_entries.push_back(entry);
-}
+// Called by LogTrace with the sinks locked.
+void CLogCapture::Add(const LogEntry& entry) { m_entries.push_back(entry); }
 
 std::vector<LogEntry> CLogCapture::Entries() const {
-  std::lock_guard<std::mutex> guard(m_lock);
+  const auto guard = LockSinks();
   return m_entries;
 }
 
 size_t CLogCapture::Count(const std::string& text) const {
-  std::lock_guard<std::mutex> guard(m_lock);
+  const auto guard = LockSinks();
   return static_cast<size_t>(std::count_if(m_entries.begin(), m_entries.end(),
                                            [&](const LogEntry& e) { return e.text == text; }));
 }
 
 size_t CLogCapture::CountContaining(const std::string& part) const {
-  std::lock_guard<std::mutex> guard(m_lock);
+  const auto guard = LockSinks();
   return static_cast<size_t>(
       std::count_if(m_entries.begin(), m_entries.end(),
                     [&](const LogEntry& e) { return e.text.find(part) != std::string::npos; }));
 }
 
 void CLogCapture::Clear() {
-  std::lock_guard<std::mutex> guard(m_lock);
+  const auto guard = LockSinks();
   m_entries.clear();
 }
 

@@ -106,6 +106,8 @@ void LogTrace(CategoryID category, unsigned level, const char* format, ...) {
     std::fprintf(stderr, "[%s] %u: %s\n", entry.category.c_str(), level, entry.text.c_str());
 }
 
+std::unique_lock<std::mutex> LockSinks() { return std::unique_lock<std::mutex>(GetState().lock); }
+
 void RegisterCapture(CLogCapture* capture) {
   State& s = GetState();
   std::lock_guard<std::mutex> guard(s.lock);

@@ -4,7 +4,6 @@
 // 128) and capture sinks that tests and tools install.
 #include <VorlaBase/VorlaBaseDef.h>
 
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -51,11 +50,11 @@ public:
   size_t CountContaining(const std::string& part) const;
   void Clear();
 
+  //! Appends a line; the logging state's lock must be held (LogTrace does).
   void Add(const LogEntry& entry);
 
 private:
-  mutable std::mutex m_lock; // guards m_entries; owned by this capture
-  std::vector<LogEntry> m_entries;
+  std::vector<LogEntry> m_entries; // guarded by the logging state's one lock
 };
 
 } // namespace vxlog
