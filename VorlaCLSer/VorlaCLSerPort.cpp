@@ -290,8 +290,13 @@ void CVorlaCLSerPort::FireRemoval() {
 
 void CVorlaCLSerPort::Probe(gcstring& deviceId, const gcstring_vector* templates) {
   // An open device is asked for its serial number instead of probing the line.
-  IVorlaCLSerRemovalSink* sink = m_pRemovalSink;
-  const gcstring openId = GetDeviceId();
+  IVorlaCLSerRemovalSink* sink;
+  gcstring openId;
+  {
+    boost::recursive_mutex::scoped_lock guard(m_lock);
+    sink = m_pRemovalSink;
+    openId = m_deviceId;
+  }
   if (sink && sink->IsDeviceOpen() && !openId.empty()) {
     GenApi::INodeMap* nodeMap = sink->GetCameraNodeMap();
     GenApi::INode* node = nodeMap ? nodeMap->GetNode("DeviceID") : nullptr;
