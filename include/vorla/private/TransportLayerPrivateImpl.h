@@ -25,9 +25,9 @@ public:
   }
 
   ~CTransportLayerBase() override {
-    // Settle the count without letting it reach the hook twice.
+    // Count down to zero (never below: an over-released count must not spin for ever).
     ++m_refCount;
-    while (--m_refCount != 0) {
+    while (--m_refCount > 0) {
     }
     OnLastReference();
     DestroyAllDevices();
