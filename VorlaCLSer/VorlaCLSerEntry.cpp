@@ -2,6 +2,7 @@
 // point with its reason table.
 #include "VorlaCLSerTl.h"
 
+#include <platform/DynamicLibrary.h>
 #include <platform/SystemPaths.h>
 #include <vorla/VorlaCLSerDef.h>
 
@@ -64,6 +65,7 @@ VORLACLSER_API int DllMain(void* hModule, unsigned long reason, void* /*reserved
   switch (reason) {
   case DLL_PROCESS_ATTACH:
     Vorla::g_hModule = hModule;
+    Vorla::Platform::CDynamicLibrary::DisableThreadNotifications(hModule);
     break;
   case DLL_PROCESS_DETACH:
     Vorla::g_hModule = nullptr;

@@ -30,6 +30,9 @@ public:
   static std::string PathOfAddress(const void* address);
   //! Path separators as the platform's loader wants them ('/' -> '\' on Windows only).
   static std::string NativePath(std::string path);
+  //! Stops thread attach/detach notifications to a library's entry point (Windows; elsewhere
+  //! there are none).
+  static void DisableThreadNotifications(void* module);
 
 private:
   void* m_handle = nullptr;

@@ -46,5 +46,7 @@ std::string CDynamicLibrary::PathOfAddress(const void* address) {
 
 std::string CDynamicLibrary::NativePath(std::string path) { return path; }
 
+void CDynamicLibrary::DisableThreadNotifications(void*) {}
+
 } // namespace Platform
 } // namespace Vorla

@@ -57,5 +57,9 @@ std::string CDynamicLibrary::NativePath(std::string path) {
   return path;
 }
 
+void CDynamicLibrary::DisableThreadNotifications(void* module) {
+  ::DisableThreadLibraryCalls(static_cast<HMODULE>(module));
+}
+
 } // namespace Platform
 } // namespace Vorla
