@@ -76,10 +76,17 @@ CategoryID LogGetCatID(const char* name) {
   return s.categories.size();
 }
 
+namespace {
+// The name of a category; the state's lock must be held.
+std::string NameOf(const State& s, CategoryID id) {
+  return (id >= 1 && id <= s.categories.size()) ? s.categories[id - 1] : std::string();
+}
+} // namespace
+
 std::string LogGetCatName(CategoryID id) {
   State& s = GetState();
   std::lock_guard<std::mutex> guard(s.lock);
-  return (id >= 1 && id <= s.categories.size()) ? s.categories[id - 1] : std::string();
+  return NameOf(s, id);
 }
 
 void LogSetFilter(const std::string& filter) {
@@ -89,19 +96,23 @@ void LogSetFilter(const std::string& filter) {
 }
 
 void LogTrace(CategoryID category, unsigned level, const char* format, ...) {
+  State& s = GetState();
+  std::unique_lock<std::mutex> guard(s.lock);
+  LogEntry entry{NameOf(s, category), level, std::string()};
+  const bool toStderr = s.filter.Passes(entry.category, level);
+  if (!toStderr && s.captures.empty())
+    return; // nobody reads it: don't format
+  guard.unlock();
+
   va_list args;
   va_start(args, format);
-  LogEntry entry{LogGetCatName(category), level, GenICam::FormatMessageV(format, args)};
+  entry.text = GenICam::FormatMessageV(format, args);
   va_end(args);
 
-  State& s = GetState();
-  bool toStderr = false;
-  {
-    std::lock_guard<std::mutex> guard(s.lock);
-    for (CLogCapture* capture : s.captures)
-      capture->Add(entry);
-    toStderr = s.filter.Passes(entry.category, level);
-  }
+  guard.lock();
+  for (CLogCapture* capture : s.captures)
+    capture->Add(entry);
+  guard.unlock();
   if (toStderr)
     std::fprintf(stderr, "[%s] %u: %s\n", entry.category.c_str(), level, entry.text.c_str());
 }
