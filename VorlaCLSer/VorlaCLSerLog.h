@@ -1,6 +1,9 @@
 #pragma once
 // The plug-in's log categories, each looked up once and kept.
+#include <Base/GCException.h>
 #include <VorlaBase/Logging.h>
+
+#include <exception>
 
 namespace Vorla {
 
@@ -17,6 +20,12 @@ inline vxlog::CategoryID PortLog() {
 inline vxlog::CategoryID DeviceLog() {
   static const vxlog::CategoryID id = vxlog::LogGetCatID("Vorla.CLSer.Device");
   return id;
+}
+
+//! The text a message quotes for an exception: a GenICam exception's description, else what().
+inline const char* DescriptionOf(const std::exception& e) {
+  const auto* g = dynamic_cast<const GenICam::GenericException*>(&e);
+  return g ? g->GetDescription() : e.what();
 }
 
 } // namespace Vorla

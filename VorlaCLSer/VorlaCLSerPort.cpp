@@ -221,9 +221,8 @@ bool CVorlaCLSerPort::HasXML(const gcstring& deviceId) {
       ReArm();
       return !xml.empty();
     } catch (const std::exception& e) {
-      const auto* g = dynamic_cast<const GenICam::GenericException*>(&e);
       vxlog::LogTrace(TlLog(), vxlog::Error, "Exception while calling CCLPort::HasXML error: %s",
-                      g ? g->GetDescription() : e.what());
+                      DescriptionOf(e));
       throw;
     }
   });
@@ -237,9 +236,8 @@ void CVorlaCLSerPort::GetXML(gcstring& xml, const gcstring& deviceId) {
       xml = m_cachedXml;
       ReArm();
     } catch (const std::exception& e) {
-      const auto* g = dynamic_cast<const GenICam::GenericException*>(&e);
       vxlog::LogTrace(TlLog(), vxlog::Error, "Exception while calling CCLPort::GetXML error: %s",
-                      g ? g->GetDescription() : e.what());
+                      DescriptionOf(e));
       throw;
     }
   });

@@ -22,10 +22,6 @@ gcstring RequiredProperty(const CDeviceInfo& info, const char* key) {
   return value;
 }
 
-const char* DescriptionOf(const std::exception& e) {
-  const auto* g = dynamic_cast<const GenICam::GenericException*>(&e);
-  return g ? g->GetDescription() : e.what();
-}
 } // namespace
 
 CVorlaCLSerTl::CVorlaCLSerTl() = default;
