@@ -33,20 +33,34 @@ std::string ReadSerial(CVorlaCLSerPort& port) {
   return std::string(text, strnlen(text, sizeof text));
 }
 
-class Port : public rig::CLoopbackTest {
-protected:
-  // The full DeviceID of the camera on a loopback port, as discovery finds it.
-  static gcstring DeviceIdOn(size_t port) {
-    gcstring_vector templates;
-    CLProtocol::CCLPort::GetDeviceIDTemplates(templates);
-    for (const gcstring& t : templates) {
-      const gcstring id = CLProtocol::CCLPort::ProbeDevice(rig::PortId(port), t, 400);
-      if (!id.empty())
-        return id;
-    }
-    return gcstring();
+// The full DeviceID of the camera on a loopback port, as discovery finds it.
+gcstring DeviceIdOn(size_t port) {
+  gcstring_vector templates;
+  CLProtocol::CCLPort::GetDeviceIDTemplates(templates);
+  for (const gcstring& t : templates) {
+    const gcstring id = CLProtocol::CCLPort::ProbeDevice(rig::PortId(port), t, 400);
+    if (!id.empty())
+      return id;
+  }
+  return gcstring();
+}
+
+// Camera "SN1" on loopback port 0, its port connected with a device open on it.
+struct COpenDevice {
+  std::shared_ptr<camsim::CCameraModel> camera = rig::Attach(0, "SN1");
+  gcstring deviceId = DeviceIdOn(0);
+  CSink sink;
+  CVorlaCLSerPort port{rig::PortId(0)};
+
+  bool Open() {
+    if (!port.ConnectDevice(deviceId))
+      return false;
+    port.SetRemovalSink(&sink);
+    return true;
   }
 };
+
+using Port = rig::CLoopbackTest;
 } // namespace
 
 TEST_F(Port, ConnectsReadsAndReconnectsAfterInactivity) {
@@ -86,12 +100,9 @@ TEST_F(Port, ConnectsReadsAndReconnectsAfterInactivity) {
 }
 
 TEST_F(Port, AVanishedCameraIsRemovedOnceAndLaterAccessFailsWithoutTraffic) {
-  auto camera = rig::Attach(0, "SN1");
-  const gcstring deviceId = DeviceIdOn(0);
-  CVorlaCLSerPort port(rig::PortId(0));
-  CSink sink;
-  ASSERT_TRUE(port.ConnectDevice(deviceId));
-  port.SetRemovalSink(&sink);
+  COpenDevice d;
+  ASSERT_TRUE(d.Open());
+  auto& [camera, deviceId, sink, port] = d;
 
   camsim::CLoopbackBus::Instance().Detach(0);
   try {
@@ -141,12 +152,9 @@ TEST_F(Port, AFailedReopenFiresRemovalForNoDeviceCodes) {
   };
   for (const Case& c : cases) {
     m_log.Clear();
-    auto camera = rig::Attach(0, "SN1");
-    const gcstring deviceId = DeviceIdOn(0);
-    CVorlaCLSerPort port(rig::PortId(0));
-    CSink sink;
-    ASSERT_TRUE(port.ConnectDevice(deviceId));
-    port.SetRemovalSink(&sink);
+    COpenDevice d;
+    ASSERT_TRUE(d.Open());
+    auto& [camera, deviceId, sink, port] = d;
     ASSERT_TRUE(port.Close(true)); // as the inactivity timer does
 
     c.loseCamera(camera);
@@ -164,12 +172,9 @@ TEST_F(Port, AFailedReopenFiresRemovalForNoDeviceCodes) {
 }
 
 TEST_F(Port, OtherReopenErrorsFireRemovalThroughTheFailingAccess) {
-  rig::Attach(0, "SN1");
-  const gcstring deviceId = DeviceIdOn(0);
-  CVorlaCLSerPort port(rig::PortId(0));
-  CSink sink;
-  ASSERT_TRUE(port.ConnectDevice(deviceId));
-  port.SetRemovalSink(&sink);
+  COpenDevice d;
+  ASSERT_TRUE(d.Open());
+  auto& [camera, deviceId, sink, port] = d;
   ASSERT_TRUE(port.Close(true));
 
   rig::Attach(0, "SN2"); // another camera answers on the port
@@ -228,12 +233,9 @@ TEST_F(Port, ProbeStopsAtNoDeviceAndRetriesOtherErrors) {
 }
 
 TEST_F(Port, ProbeOfAnOpenDeviceAsksTheCameraForItsSerialNumber) {
-  rig::Attach(0, "SN1");
-  const gcstring deviceId = DeviceIdOn(0);
-  CVorlaCLSerPort port(rig::PortId(0));
-  CSink sink;
-  ASSERT_TRUE(port.ConnectDevice(deviceId));
-  port.SetRemovalSink(&sink);
+  COpenDevice d;
+  ASSERT_TRUE(d.Open());
+  auto& [camera, deviceId, sink, port] = d;
 
   gcstring answer;
   port.Probe(answer); // no node map yet: full probe, the port reconnects afterwards
