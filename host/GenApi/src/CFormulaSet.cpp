@@ -8,11 +8,6 @@
 
 namespace GenApi {
 
-#define OWNER_ERROR(E)                                                                             \
-  ::GenICam::ExceptionReporter<::GenICam::E>(__FILE__, __LINE__, owner.Map().EntryPoint(),         \
-                                             owner.Name().c_str())                                 \
-      .Report
-
 namespace {
 bool EndsWith(const std::string& text, const char* suffix) {
   const size_t n = std::char_traits<char>::length(suffix);
@@ -70,13 +65,13 @@ void CFormulaSet::Link(CNodeBase& owner, const std::vector<std::string>& extras)
     if (variable.Kind == EKind::Entry) {
       auto* enumeration = dynamic_cast<CEnumerationNode*>(node);
       if (!enumeration || !enumeration->FindSymbolic(variable.Entry))
-        throw OWNER_ERROR(RuntimeException)("Node '%s': '%s' is no entry of '%s'",
-                                            owner.Name().c_str(), variable.Entry.c_str(),
-                                            variable.Node.Name.c_str());
+        throw GENAPI_OWNER_ERROR(RuntimeException,
+                                 owner)("Node '%s': '%s' is no entry of '%s'", owner.Name().c_str(),
+                                        variable.Entry.c_str(), variable.Node.Name.c_str());
     } else if (!node->IsNumeric()) {
-      throw OWNER_ERROR(RuntimeException)("Node '%s': variable '%s' refers to '%s', not a number",
-                                          owner.Name().c_str(), variable.Name.c_str(),
-                                          variable.Node.Name.c_str());
+      throw GENAPI_OWNER_ERROR(RuntimeException, owner)(
+          "Node '%s': variable '%s' refers to '%s', not a number", owner.Name().c_str(),
+          variable.Name.c_str(), variable.Node.Name.c_str());
     }
     owner.AddChild(node);
   }
@@ -98,8 +93,8 @@ CFormulaSet::Compiled CFormulaSet::Bind(CNodeBase& owner, const std::string& tex
   try {
     compiled.Formula = std::make_unique<CFormula>(text, names);
   } catch (const GenICam::GenericException& e) {
-    throw OWNER_ERROR(RuntimeException)("Node '%s': %s does not parse: %s", owner.Name().c_str(),
-                                        what, e.GetDescription());
+    throw GENAPI_OWNER_ERROR(RuntimeException, owner)(
+        "Node '%s': %s does not parse: %s", owner.Name().c_str(), what, e.GetDescription());
   }
   for (const std::string& identifier : compiled.Formula->Identifiers()) {
     bool found = false;
@@ -121,8 +116,9 @@ CFormulaSet::Compiled CFormulaSet::Bind(CNodeBase& owner, const std::string& tex
           compiled.Bindings.push_back({Binding::Extra, i}), found = true;
     }
     if (!found)
-      throw OWNER_ERROR(RuntimeException)("Node '%s': %s uses the unknown name '%s'",
-                                          owner.Name().c_str(), what, identifier.c_str());
+      throw GENAPI_OWNER_ERROR(RuntimeException, owner)("Node '%s': %s uses the unknown name '%s'",
+                                                        owner.Name().c_str(), what,
+                                                        identifier.c_str());
   }
   return compiled;
 }

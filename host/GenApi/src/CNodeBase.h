@@ -22,6 +22,12 @@ class CNodeMap;
   ::GenICam::ExceptionReporter<::GenICam::E>(__FILE__, __LINE__, EntryPoint(), m_Name.c_str())     \
       .Report
 
+//! The same for code that acts on behalf of `owner` (register, value and formula parts).
+#define GENAPI_OWNER_ERROR(E, owner)                                                               \
+  ::GenICam::ExceptionReporter<::GenICam::E>(__FILE__, __LINE__, (owner).Map().EntryPoint(),       \
+                                             (owner).Name().c_str())                               \
+      .Report
+
 class CNodeBase : public virtual INode, public virtual IValue {
 public:
   CNodeBase(CNodeMap& map, ENodeType type);

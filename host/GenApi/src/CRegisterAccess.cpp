@@ -7,11 +7,6 @@
 
 namespace GenApi {
 
-#define OWNER_ERROR(E)                                                                             \
-  ::GenICam::ExceptionReporter<::GenICam::E>(__FILE__, __LINE__, owner.Map().EntryPoint(),         \
-                                             owner.Name().c_str())                                 \
-      .Report
-
 bool CRegisterAccess::SetProperty(EProp prop, const std::string& text, const CPropAttr& attr) {
   int64_t value = 0;
   switch (prop) {
@@ -87,16 +82,17 @@ void CRegisterAccess::Link(CNodeBase& owner) {
   owner.Resolve(m_Length.Ref, "pLength");
   owner.AddChild(m_Length.Ref.p);
   if (!m_Length.IsSet())
-    throw OWNER_ERROR(RuntimeException)("Node '%s' has no Length", owner.Name().c_str());
+    throw GENAPI_OWNER_ERROR(RuntimeException, owner)("Node '%s' has no Length",
+                                                      owner.Name().c_str());
   owner.Resolve(m_Port, "pPort");
   if (m_Port.p && m_Port.p->Type() != ENodeType::Port)
-    throw OWNER_ERROR(RuntimeException)("Node '%s': pPort '%s' is not a Port node",
-                                        owner.Name().c_str(), m_Port.Name.c_str());
+    throw GENAPI_OWNER_ERROR(RuntimeException, owner)("Node '%s': pPort '%s' is not a Port node",
+                                                      owner.Name().c_str(), m_Port.Name.c_str());
   owner.AddChild(m_Port.p, false);
   for (CRef* ref : {&m_Length.Ref})
     if (ref->p && !ref->p->IsNumeric())
-      throw OWNER_ERROR(RuntimeException)("Node '%s': '%s' is not an integer-like node",
-                                          owner.Name().c_str(), ref->Name.c_str());
+      throw GENAPI_OWNER_ERROR(RuntimeException, owner)(
+          "Node '%s': '%s' is not an integer-like node", owner.Name().c_str(), ref->Name.c_str());
 }
 
 int64_t CRegisterAccess::Address(bool ignoreCache) const {
@@ -126,10 +122,10 @@ EAccessMode CRegisterAccess::Mode() const {
 CPortNode& CRegisterAccess::Port(CNodeBase& owner) const {
   auto* port = static_cast<CPortNode*>(m_Port.p);
   if (!port)
-    throw OWNER_ERROR(AccessException)("Node '%s' has no port", owner.Name().c_str());
+    throw GENAPI_OWNER_ERROR(AccessException, owner)("Node '%s' has no port", owner.Name().c_str());
   if (!port->IsConnected())
-    throw OWNER_ERROR(AccessException)("Node '%s': port '%s' is not connected",
-                                       owner.Name().c_str(), m_Port.Name.c_str());
+    throw GENAPI_OWNER_ERROR(AccessException, owner)("Node '%s': port '%s' is not connected",
+                                                     owner.Name().c_str(), m_Port.Name.c_str());
   return *port;
 }
 

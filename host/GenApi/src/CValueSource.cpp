@@ -61,10 +61,8 @@ void CValueSource::Link(CNodeBase& owner) {
   auto link = [&](CRef& ref, const char* what) {
     owner.Resolve(ref, what);
     if (ref.p && !ref.p->IsNumeric())
-      throw ::GenICam::ExceptionReporter<::GenICam::RuntimeException>(
-          __FILE__, __LINE__, owner.Map().EntryPoint(), owner.Name().c_str())
-          .Report("Node '%s': %s '%s' is not a number", owner.Name().c_str(), what,
-                  ref.Name.c_str());
+      throw GENAPI_OWNER_ERROR(RuntimeException, owner)(
+          "Node '%s': %s '%s' is not a number", owner.Name().c_str(), what, ref.Name.c_str());
     owner.AddChild(ref.p);
   };
   link(m_Value.Ref, "pValue");
@@ -75,9 +73,8 @@ void CValueSource::Link(CNodeBase& owner) {
   for (CRef& copy : m_Copies)
     link(copy, "pValueCopy");
   if (!m_Value.IsSet() && !m_Index.IsSet())
-    throw ::GenICam::ExceptionReporter<::GenICam::RuntimeException>(
-        __FILE__, __LINE__, owner.Map().EntryPoint(), owner.Name().c_str())
-        .Report("Node '%s' has neither Value, pValue nor pIndex", owner.Name().c_str());
+    throw GENAPI_OWNER_ERROR(RuntimeException, owner)(
+        "Node '%s' has neither Value, pValue nor pIndex", owner.Name().c_str());
 }
 
 CNumRef& CValueSource::Current(bool ignoreCache) {
