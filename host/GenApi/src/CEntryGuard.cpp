@@ -8,18 +8,18 @@ CEntryGuard::CEntryGuard(const CNodeBase& node, const char* method) : m_Map(node
   m_Map.m_Lock.Lock();
   m_Outermost = m_Map.m_Depth++ == 0;
   if (m_Outermost) {
-    m_Map.m_Entry = node.Name();
-    m_Map.m_Entry += '.';
-    m_Map.m_Entry += method;
-    m_Map.m_Entry += "()";
+    m_Map.m_EntryNode = &node;
+    m_Map.m_EntryMethod = method;
   }
 }
 
 CEntryGuard::CEntryGuard(CNodeMap& map, const char* entry) : m_Map(map) {
   m_Map.m_Lock.Lock();
   m_Outermost = m_Map.m_Depth++ == 0;
-  if (m_Outermost)
-    m_Map.m_Entry = entry;
+  if (m_Outermost) {
+    m_Map.m_EntryNode = nullptr;
+    m_Map.m_EntryMethod = entry;
+  }
 }
 
 CEntryGuard::~CEntryGuard() {

@@ -84,6 +84,13 @@ void CNodeMap::CheckCycles() const {
   }
 }
 
+const char* CNodeMap::EntryPoint() const {
+  m_Entry = m_EntryMethod;
+  if (m_EntryNode)
+    m_Entry = m_EntryNode->Name() + '.' + m_Entry + "()";
+  return m_Entry.c_str();
+}
+
 void CNodeMap::PreWrite(CNodeBase* node) {
   for (CNodeBase* affected : node->Closure())
     affected->InvalidateOwn();

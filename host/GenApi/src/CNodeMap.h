@@ -33,7 +33,8 @@ public:
   void PreWrite(CNodeBase* node);
   //! Queues the callbacks of `node` and its dependents after it was written.
   void PostWrite(CNodeBase* node);
-  const char* EntryPoint() const { return m_Entry.c_str(); }
+  //! "Node.Method()" of the outermost running operation, spelled out only when an error needs it.
+  const char* EntryPoint() const;
 
   // ---- INodeMap
   void GetNodes(NodeList_t& Nodes) const override;
@@ -61,7 +62,9 @@ private:
 
   // state of the running operation, guarded by m_Lock
   int m_Depth = 0;
-  std::string m_Entry;
+  const CNodeBase* m_EntryNode = nullptr; // null for operations of the map itself
+  const char* m_EntryMethod = "";
+  mutable std::string m_Entry;
   std::vector<CNodeBase*> m_PendingNodes;
 };
 
