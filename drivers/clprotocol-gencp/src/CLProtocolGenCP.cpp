@@ -49,7 +49,7 @@ template <class F> CLINT32 OnConnection(ISerial* serial, CLUINT32 cookie, F&& f)
   std::lock_guard<std::mutex> lock(connection->Mutex());
   const CLINT32 rc = f(*connection);
   if (serial)
-    CDriver::Instance().RememberBaudRate(serial, *connection);
+    CDriver::Instance().RememberBaudRate(cookie, serial, *connection);
   const char* text = GenCPDriver::ErrorText(rc);
   connection->SetLastError(rc == CL_ERR_NO_ERR ? "" : text ? text : std::to_string(rc));
   return rc;

@@ -27,7 +27,6 @@ void CDriver::CloseLib() {
   std::lock_guard<std::mutex> lock(m_Mutex);
   m_Initialised = false;
   m_Connections.clear();
-  m_CookieLine.clear();
   m_LineBaud.clear();
   m_Logger.Set(nullptr);
 }
@@ -63,12 +62,13 @@ CLINT32 CDriver::Probe(CLProtocol::ISerial* serial, const std::string& request,
     rc = connection->Probe(serial, shortRequest, complete, baudBit, timeoutMs);
     if (rc == CL_ERR_NO_ERR) {
       deviceId = connection->Identity().ShortDeviceID();
-      RememberBaudRate(serial, *connection);
-      std::lock_guard<std::mutex> lock(m_Mutex);
-      cookie = m_NextCookie;
-      m_NextCookie = m_NextCookie == 0xFFFFFFFFu ? 1 : m_NextCookie + 1;
-      m_Connections[cookie] = std::move(connection);
-      m_CookieLine[cookie] = serial;
+      {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        cookie = m_NextCookie;
+        m_NextCookie = m_NextCookie == 0xFFFFFFFFu ? 1 : m_NextCookie + 1;
+        m_Connections[cookie] = SEntry{connection, serial};
+      }
+      RememberBaudRate(cookie, serial, *connection);
       return CL_ERR_NO_ERR;
     }
     // Silence or noise at this rate: the camera may still run at the next one.
@@ -81,21 +81,22 @@ CLINT32 CDriver::Probe(CLProtocol::ISerial* serial, const std::string& request,
 std::shared_ptr<CConnection> CDriver::Find(CLUINT32 cookie) {
   std::lock_guard<std::mutex> lock(m_Mutex);
   const auto it = m_Connections.find(cookie);
-  return it == m_Connections.end() ? nullptr : it->second;
+  return it == m_Connections.end() ? nullptr : it->second.m_Connection;
 }
 
 bool CDriver::Disconnect(CLUINT32 cookie) {
   std::lock_guard<std::mutex> lock(m_Mutex);
+  const auto it = m_Connections.find(cookie);
+  if (it == m_Connections.end())
+    return false;
   // The line object may be destroyed after this; its address must not steer a later probe.
-  const auto line = m_CookieLine.find(cookie);
-  if (line != m_CookieLine.end()) {
-    m_LineBaud.erase(line->second);
-    m_CookieLine.erase(line);
-  }
-  return m_Connections.erase(cookie) != 0;
+  m_LineBaud.erase(it->second.m_Line);
+  m_Connections.erase(it);
+  return true;
 }
 
-void CDriver::RememberBaudRate(CLProtocol::ISerial* serial, const CConnection& connection) {
+void CDriver::RememberBaudRate(CLUINT32 cookie, CLProtocol::ISerial* serial,
+                               const CConnection& connection) {
   std::lock_guard<std::mutex> lock(m_Mutex);
   // Only rates other than the power-up one are worth a first try later.
   const std::uint32_t bit = connection.BaudBit();
@@ -107,9 +108,9 @@ void CDriver::RememberBaudRate(CLProtocol::ISerial* serial, const CConnection& c
     m_LineBaud[serial] = bit;
     m_CameraBaud[id] = bit;
   }
-  for (auto& line : m_CookieLine)
-    if (m_Connections.count(line.first) && m_Connections[line.first].get() == &connection)
-      line.second = serial;
+  const auto it = m_Connections.find(cookie);
+  if (it != m_Connections.end())
+    it->second.m_Line = serial;
 }
 
 } // namespace GenCPDriver

@@ -28,10 +28,17 @@ public:
                 CLUINT32& cookie, std::uint32_t timeoutMs);
   std::shared_ptr<CConnection> Find(CLUINT32 cookie);
   bool Disconnect(CLUINT32 cookie);
-  //! Notes the rate a connection's camera runs at now.
-  void RememberBaudRate(CLProtocol::ISerial* serial, const CConnection& connection);
+  //! Notes the rate the camera behind `cookie` runs at now, and the line it was reached on.
+  void RememberBaudRate(CLUINT32 cookie, CLProtocol::ISerial* serial,
+                        const CConnection& connection);
 
 private:
+  //! A connection and the line it was last used on.
+  struct SEntry {
+    std::shared_ptr<CConnection> m_Connection;
+    CLProtocol::ISerial* m_Line = nullptr;
+  };
+
   CDriver() = default;
   std::vector<std::uint32_t> BaudCandidates(CLProtocol::ISerial* serial,
                                             const std::string& deviceId, bool complete);
@@ -42,8 +49,7 @@ private:
   std::mutex m_Mutex;
   bool m_Initialised = false;
   CLUINT32 m_NextCookie = 1;
-  std::map<CLUINT32, std::shared_ptr<CConnection>> m_Connections;
-  std::map<CLUINT32, CLProtocol::ISerial*> m_CookieLine;
+  std::map<CLUINT32, SEntry> m_Connections;
   std::map<CLProtocol::ISerial*, std::uint32_t> m_LineBaud;
   std::map<std::string, std::uint32_t> m_CameraBaud;
 };
