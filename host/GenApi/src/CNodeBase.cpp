@@ -2,9 +2,9 @@
 
 #include "CEntryGuard.h"
 #include "CNodeMap.h"
+#include "formula/Formula.h"
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
 #include <mutex>
 #include <unordered_map>
@@ -22,16 +22,6 @@ std::mutex& RegistryMutex() {
 std::unordered_map<CallbackHandleType, CNodeBase*>& Registry() {
   static std::unordered_map<CallbackHandleType, CNodeBase*> registry;
   return registry;
-}
-
-int64_t Saturate(double value) {
-  if (std::isnan(value))
-    return 0;
-  if (value >= 9.2233720368547758e18)
-    return std::numeric_limits<int64_t>::max();
-  if (value <= -9.2233720368547758e18)
-    return std::numeric_limits<int64_t>::min();
-  return static_cast<int64_t>(value);
 }
 
 } // namespace
@@ -211,7 +201,7 @@ void CNodeBase::Fire(ECallbackType type) {
 
 int64_t CNodeBase::GetIntV(bool verify, bool ignoreCache) {
   if (IsFloatValue())
-    return Saturate(GetFloatV(verify, ignoreCache));
+    return SaturateToInt64(GetFloatV(verify, ignoreCache));
   throw GENAPI_NODE_ERROR(LogicalErrorException)("Node '%s' has no numeric value", m_Name.c_str());
 }
 
@@ -226,15 +216,15 @@ void CNodeBase::SetIntV(int64_t value, bool verify) {
 }
 
 void CNodeBase::SetFloatV(double value, bool verify) {
-  SetIntV(Saturate(value), verify);
+  SetIntV(SaturateToInt64(value), verify);
 }
 
 int64_t CNodeBase::GetIntMinV() {
-  return IsFloatValue() ? Saturate(GetFloatMinV()) : std::numeric_limits<int64_t>::min();
+  return IsFloatValue() ? SaturateToInt64(GetFloatMinV()) : std::numeric_limits<int64_t>::min();
 }
 
 int64_t CNodeBase::GetIntMaxV() {
-  return IsFloatValue() ? Saturate(GetFloatMaxV()) : std::numeric_limits<int64_t>::max();
+  return IsFloatValue() ? SaturateToInt64(GetFloatMaxV()) : std::numeric_limits<int64_t>::max();
 }
 
 bool CNodeBase::IsTrue(const CRef& ref) {

@@ -57,16 +57,14 @@ bool IntPower(int64_t base, int64_t exponent, int64_t& result) {
 
 } // namespace
 
-int64_t FormulaValue::AsInt() const {
-  if (!IsFloat)
-    return Int;
-  if (std::isnan(Float))
+int64_t SaturateToInt64(double value) {
+  if (std::isnan(value))
     return 0;
-  if (Float >= 9223372036854775808.0)
+  if (value >= 9223372036854775808.0)
     return std::numeric_limits<int64_t>::max();
-  if (Float < -9223372036854775808.0)
+  if (value < -9223372036854775808.0)
     return std::numeric_limits<int64_t>::min();
-  return static_cast<int64_t>(Float);
+  return static_cast<int64_t>(value);
 }
 
 // Per evaluation: the resolver and the values of identifiers already read.

@@ -13,6 +13,9 @@
 
 namespace GenApi {
 
+//! Truncates toward zero and saturates at the int64 limits; NaN gives 0.
+int64_t SaturateToInt64(double value);
+
 struct FormulaValue {
   bool IsFloat;
   int64_t Int;
@@ -20,8 +23,8 @@ struct FormulaValue {
 
   static FormulaValue FromInt(int64_t value) { return FormulaValue{false, value, 0.0}; }
   static FormulaValue FromFloat(double value) { return FormulaValue{true, 0, value}; }
-  //! Doubles are truncated toward zero, saturated at the int64 limits, NaN gives 0.
-  int64_t AsInt() const;
+  //! Doubles go through SaturateToInt64.
+  int64_t AsInt() const { return IsFloat ? SaturateToInt64(Float) : Int; }
   double AsFloat() const { return IsFloat ? Float : static_cast<double>(Int); }
 };
 
