@@ -1,5 +1,7 @@
 #include "ProtocolDriver.h"
 
+#include "FetchText.h"
+
 #include <platform/SystemPaths.h>
 
 #include <algorithm>
@@ -34,21 +36,8 @@ std::vector<std::string> SplitTabs(const std::string& list) {
   return items;
 }
 
-// The in/out size protocol of the clp* text functions, growing the buffer once.
 template <class F> CLINT32 FetchText(F&& call, std::string& text) {
-  std::vector<CLINT8> buffer(1024);
-  CLUINT32 size = static_cast<CLUINT32>(buffer.size());
-  CLINT32 status = call(buffer.data(), &size);
-  if (status == CL_ERR_BUFFER_TOO_SMALL && size > buffer.size() && size <= kMaxText) {
-    buffer.resize(size);
-    size = static_cast<CLUINT32>(buffer.size());
-    status = call(buffer.data(), &size);
-  }
-  if (status != CL_ERR_NO_ERR)
-    return status;
-  buffer.back() = 0;
-  text = buffer.data();
-  return status;
+  return CLProtocol::FetchText(call, text, 1024, kMaxText);
 }
 
 } // namespace

@@ -1,23 +1,15 @@
 #include "SerialLibrary.h"
 
+#include "FetchText.h"
+
 namespace CLProtocol {
 namespace {
 
-// Calls a clser text function with the in/out size protocol, growing the buffer once.
+// Texts of a serial library are short; more than this is a broken library.
+constexpr CLUINT32 kMaxText = (1u << 20) - 1;
+
 template <class F> bool FetchText(F&& call, std::string& text) {
-  std::vector<CLINT8> buffer(256);
-  CLUINT32 size = static_cast<CLUINT32>(buffer.size());
-  CLINT32 status = call(buffer.data(), &size);
-  if (status == CL_ERR_BUFFER_TOO_SMALL && size > buffer.size() && size < (1u << 20)) {
-    buffer.resize(size);
-    size = static_cast<CLUINT32>(buffer.size());
-    status = call(buffer.data(), &size);
-  }
-  if (status != CL_ERR_NO_ERR)
-    return false;
-  buffer.back() = 0; // never trust the terminator of a foreign library
-  text = buffer.data();
-  return true;
+  return CLProtocol::FetchText(call, text, 256, kMaxText) == CL_ERR_NO_ERR;
 }
 
 } // namespace
