@@ -12,11 +12,9 @@ void CValueSource::SetLiteral(CNumRef& target, const std::string& text) const {
   if (m_IsFloat) {
     if (!ParseDouble(text, target.Float))
       throw RUNTIME_EXCEPTION("Invalid float value '%s'", text.c_str());
-    target.Int = static_cast<int64_t>(target.Float);
   } else {
     if (!ParseInt64(text, target.Int))
       throw RUNTIME_EXCEPTION("Invalid integer value '%s'", text.c_str());
-    target.Float = static_cast<double>(target.Int);
   }
 }
 
@@ -104,7 +102,6 @@ void CValueSource::SetInt(int64_t value, bool verify) {
   } else {
     current.HasLiteral = true;
     current.Int = value;
-    current.Float = static_cast<double>(value);
   }
   for (CRef& copy : m_Copies)
     copy.p->SetIntV(value, verify);
@@ -117,7 +114,6 @@ void CValueSource::SetFloat(double value, bool verify) {
   } else {
     current.HasLiteral = true;
     current.Float = value;
-    current.Int = static_cast<int64_t>(value);
   }
   for (CRef& copy : m_Copies)
     copy.p->SetFloatV(value, verify);

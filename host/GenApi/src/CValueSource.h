@@ -10,7 +10,8 @@ class CNodeBase;
 
 //! Where an Integer or Float node keeps its value: a literal Value, a pValue node, or a table
 //! selected by pIndex (ValueIndexed/pValueIndexed with ValueDefault/pValueDefault). pValueCopy
-//! nodes receive every written value too.
+//! nodes receive every written value too. A source is read and written in one type only, so
+//! literals keep just the Int or just the Float member of their CNumRef.
 class CValueSource {
 public:
   explicit CValueSource(bool isFloat) : m_IsFloat(isFloat) {}
