@@ -312,9 +312,9 @@ void CNodeBase::GetParents(NodeList_t& Parents) const {
 }
 
 CallbackHandleType CNodeBase::RegisterCallback(CNodeCallback* pCallback) {
+  AutoLock lock(m_pMap->GetLock()); // also guards the entry point the error below reads
   if (!pCallback)
     throw GENAPI_NODE_ERROR(InvalidArgumentException)("Callback must not be NULL");
-  AutoLock lock(m_pMap->GetLock());
   m_Callbacks.emplace_back(pCallback, [](CNodeCallback* callback) { callback->Destroy(); });
   const auto handle = reinterpret_cast<CallbackHandleType>(pCallback);
   std::lock_guard<std::mutex> registryLock(RegistryMutex());
