@@ -3,6 +3,8 @@
 #include "CLBindingsFile.h"
 #include "VorlaCLSerLog.h"
 
+#include <GenApi/XercesLifetime.h>
+
 #include <platform/Environment.h>
 #include <platform/SystemPaths.h>
 #include <vorla/private/VorlaXercesHelper.h>
@@ -21,13 +23,8 @@ using GenICam::gcstring;
 
 const char kFileName[] = "PortConfiguration_x64.xml";
 
-// Xerces counts Initialize/Terminate without a lock of its own; this process-wide lock, owned
-// by the port configuration code, keeps our own calls from losing a count when two threads
-// enumerate at once. It is held only for the two calls, never during a parse.
-std::mutex g_xercesCountLock;
-
 void InitializeXerces() {
-  std::lock_guard<std::mutex> guard(g_xercesCountLock);
+  std::lock_guard<std::mutex> guard(GenApi::XercesLifetimeLock());
   try {
     xercesc::XMLPlatformUtils::Initialize();
   } catch (const xercesc::XMLException& e) {
@@ -40,7 +37,7 @@ void InitializeXerces() {
 
 void TerminateXerces() noexcept {
   try {
-    std::lock_guard<std::mutex> guard(g_xercesCountLock);
+    std::lock_guard<std::mutex> guard(GenApi::XercesLifetimeLock());
     xercesc::XMLPlatformUtils::Terminate();
   } catch (...) {
     vxlog::LogTrace(TlLog(), vxlog::Error, "Exception while deinitializing xerces");

@@ -1,4 +1,5 @@
 #include <GenApi/NodeMapRef.h>
+#include <GenApi/XercesLifetime.h>
 
 #include "CNodeMap.h"
 #include "CXmlLoader.h"
@@ -12,14 +13,6 @@
 
 namespace GenApi {
 namespace {
-
-// Xerces counts Initialize/Terminate calls; ours always come in pairs around one load, so a
-// Terminate never pulls Xerces away from another user. Owner of the mutex: this file; it
-// serialises our own pairs, which Xerces does not make thread-safe.
-std::mutex& XercesMutex() {
-  static std::mutex mutex;
-  return mutex;
-}
 
 std::string ReadFile(const gcstring& path) {
   std::ifstream file(path, std::ios::binary);
@@ -51,7 +44,9 @@ void CNodeMapRef::Load(const gcstring& xml, const gcstring* injectXml) {
     throw RUNTIME_EXCEPTION("DLL already loaded");
   auto map = std::make_shared<CNodeMap>(m_DeviceName);
   {
-    std::lock_guard<std::mutex> lock(XercesMutex());
+    // Our Initialize/Terminate pairs wrap one load, so a Terminate never pulls Xerces away from
+    // another user; the shared lock keeps the count exact against the process's other users.
+    std::lock_guard<std::mutex> lock(XercesLifetimeLock());
     try {
       xercesc::XMLPlatformUtils::Initialize();
     } catch (const xercesc::XMLException&) {
