@@ -106,3 +106,16 @@ TEST_F(GenCPBaud, MissingConfirmationFallsBackOnBothEnds) {
   std::uint32_t version = 0;
   EXPECT_EQ(Read32(0, version), CL_ERR_NO_ERR);
 }
+
+TEST_F(GenCPBaud, DisconnectReleasesTheCameraToItsWakeUpRateAndReconnectRestoresIt) {
+  Connect();
+  ASSERT_EQ(SetBaud(CL_BAUDRATE_230400), CL_ERR_NO_ERR);
+  ASSERT_EQ(clpDisconnect(m_Cookie), CL_ERR_NO_ERR);
+  m_Cookie = 0;
+  EXPECT_EQ(m_Camera->BaudBit(), CL_BAUDRATE_9600); // the next discovery at 9600 finds it
+
+  std::string id;
+  ASSERT_EQ(Probe("Hexmar#CamSim#HX1300#_1_0#HX0001", id, m_Cookie), CL_ERR_NO_ERR);
+  EXPECT_EQ(m_Camera->BaudBit(), CL_BAUDRATE_230400);
+  EXPECT_EQ(GetParam(CLP_DEVICE_BAUDERATE), CLUINT32(CL_BAUDRATE_230400));
+}

@@ -28,6 +28,7 @@ void CDriver::CloseLib() {
   m_Initialised = false;
   m_Connections.clear();
   m_LineBaud.clear();
+  m_RestoreBaud.clear();
   m_Logger.Set(nullptr);
 }
 
@@ -62,6 +63,8 @@ CLINT32 CDriver::Probe(CLProtocol::ISerial* serial, const std::string& request,
     rc = connection->Probe(serial, shortRequest, complete, baudBit, timeoutMs);
     if (rc == CL_ERR_NO_ERR) {
       deviceId = connection->Identity().ShortDeviceID();
+      if (complete)
+        RestoreBaudRate(serial, *connection, timeoutMs);
       {
         std::lock_guard<std::mutex> lock(m_Mutex);
         cookie = m_NextCookie;
@@ -78,6 +81,21 @@ CLINT32 CDriver::Probe(CLProtocol::ISerial* serial, const std::string& request,
   return rc;
 }
 
+void CDriver::RestoreBaudRate(CLProtocol::ISerial* serial, CConnection& connection,
+                              std::uint32_t timeoutMs) {
+  std::uint32_t bit = 0;
+  {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    const auto it = m_RestoreBaud.find(connection.Identity().ShortDeviceID());
+    if (it == m_RestoreBaud.end())
+      return;
+    bit = it->second;
+    m_RestoreBaud.erase(it);
+  }
+  if (bit != connection.BaudBit())
+    connection.SetBaudRate(serial, bit, timeoutMs); // on failure the camera stays at 9600
+}
+
 std::shared_ptr<CConnection> CDriver::Find(CLUINT32 cookie) {
   std::lock_guard<std::mutex> lock(m_Mutex);
   const auto it = m_Connections.find(cookie);
@@ -85,14 +103,39 @@ std::shared_ptr<CConnection> CDriver::Find(CLUINT32 cookie) {
 }
 
 bool CDriver::Disconnect(CLUINT32 cookie) {
-  std::lock_guard<std::mutex> lock(m_Mutex);
-  const auto it = m_Connections.find(cookie);
-  if (it == m_Connections.end())
-    return false;
-  // The line object may be destroyed after this; its address must not steer a later probe.
-  m_LineBaud.erase(it->second.m_Line);
-  m_Connections.erase(it);
+  SEntry entry;
+  {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    const auto it = m_Connections.find(cookie);
+    if (it == m_Connections.end())
+      return false;
+    entry = it->second;
+    // The line object may be destroyed after this; its address must not steer a later probe.
+    m_LineBaud.erase(it->second.m_Line);
+    m_Connections.erase(it);
+  }
+  Release(entry);
   return true;
+}
+
+// Probes run at the wake-up rate, so a camera left at a faster one would not be found again:
+// the driver brings it back to 9600 when it lets go of it (the host disconnects before it closes
+// the line), and a re-connect with the full DeviceID restores the rate it had.
+void CDriver::Release(const SEntry& entry) {
+  const std::uint32_t bit = entry.m_Connection->BaudBit();
+  if (bit == GenCP::Baud9600 || !entry.m_Line)
+    return;
+  CLINT32 rc;
+  {
+    std::lock_guard<std::mutex> guard(entry.m_Connection->Mutex());
+    rc = entry.m_Connection->SetBaudRate(entry.m_Line, GenCP::Baud9600, ReleaseTimeoutMs);
+  }
+  if (rc != CL_ERR_NO_ERR)
+    return; // the remembered rate still points the next probe at the camera
+  const std::string id = entry.m_Connection->Identity().ShortDeviceID();
+  std::lock_guard<std::mutex> lock(m_Mutex);
+  m_CameraBaud.erase(id);
+  m_RestoreBaud[id] = bit;
 }
 
 void CDriver::RememberBaudRate(CLUINT32 cookie, CLProtocol::ISerial* serial,
@@ -101,6 +144,7 @@ void CDriver::RememberBaudRate(CLUINT32 cookie, CLProtocol::ISerial* serial,
   // Only rates other than the power-up one are worth a first try later.
   const std::uint32_t bit = connection.BaudBit();
   const std::string id = connection.Identity().ShortDeviceID();
+  m_RestoreBaud.erase(id); // a live connection knows the camera's rate better
   if (bit == GenCP::Baud9600) {
     m_LineBaud.erase(serial);
     m_CameraBaud.erase(id);

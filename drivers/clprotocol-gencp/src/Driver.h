@@ -13,7 +13,8 @@ namespace GenCPDriver {
 
 //! The driver's process-wide state: the connections behind cookies, the logger, the stop flag
 //! of running probes, and the last baud rate seen per line and camera so that a re-connect
-//! finds a camera that still runs faster than 9600.
+//! finds a camera that still runs faster than 9600. A camera is released to 9600 at disconnect
+//! and brought back to its rate by a re-connect with its full DeviceID.
 class CDriver {
 public:
   static CDriver& Instance();
@@ -39,7 +40,13 @@ private:
     CLProtocol::ISerial* m_Line = nullptr;
   };
 
+  //! How long a camera may take to return to 9600 when the driver lets go of it.
+  static constexpr std::uint32_t ReleaseTimeoutMs = 500;
+
   CDriver() = default;
+  void Release(const SEntry& entry);
+  void RestoreBaudRate(CLProtocol::ISerial* serial, CConnection& connection,
+                       std::uint32_t timeoutMs);
   std::vector<std::uint32_t> BaudCandidates(CLProtocol::ISerial* serial,
                                             const std::string& deviceId, bool complete);
 
@@ -52,6 +59,7 @@ private:
   std::map<CLUINT32, SEntry> m_Connections;
   std::map<CLProtocol::ISerial*, std::uint32_t> m_LineBaud;
   std::map<std::string, std::uint32_t> m_CameraBaud;
+  std::map<std::string, std::uint32_t> m_RestoreBaud; // cameras released to 9600, by DeviceID
 };
 
 } // namespace GenCPDriver
