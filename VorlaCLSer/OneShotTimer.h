@@ -1,43 +1,37 @@
 #pragma once
 #include <platform/TimerQueue.h>
 
-#include <atomic>
 #include <cstdint>
-#include <memory>
-#include <mutex>
 
 namespace Vorla {
 
-//! The inactivity timer of a port: at most one armed one-shot timer on a queue of its own.
+//! The inactivity timer of a port: at most one armed one-shot timer, on the process's timer
+//! thread. The callback and its context are fixed at construction.
+//!
+//! Not thread-safe: the owner serialises Arm, Cancel and destruction (the port does so under
+//! its timer lock). The callback runs on the timer thread, concurrently with them; Arm, Cancel
+//! and the destructor wait for it, except when called from it.
 class COneShotTimer {
 public:
-  using Callback = void (*)(uintptr_t first, void* second);
+  using Callback = Platform::CTimerQueue::Callback;
 
-  COneShotTimer() = default;
-  //! Deletes the queue, waiting for a running callback.
-  ~COneShotTimer();
+  COneShotTimer(Callback callback, void* context);
+  //! Deletes an armed timer, waiting for its running callback.
+  ~COneShotTimer() = default;
   COneShotTimer(const COneShotTimer&) = delete;
   COneShotTimer& operator=(const COneShotTimer&) = delete;
 
-  //! Deletes an armed timer (waiting for its running callback) and, unless `dueMs` is 0, arms
-  //! a new one. False when the queue or the timer could not be made, or deletion failed.
-  bool Arm(uint32_t dueMs, Callback callback, uintptr_t first, void* second);
+  //! Deletes an armed timer (waiting for its running callback) and, unless `dueMs` is 0, arms a
+  //! new one. False when the timer could not be made, or deletion failed.
+  bool Arm(uint32_t dueMs);
   //! Deletes an armed timer, waiting for its running callback. False if deletion failed.
   bool Cancel();
-  //! True from the start of a Cancel or re-Arm until a new timer is armed; a callback that waits
-  //! for a lock polls this to give up instead of deadlocking against the canceller.
-  bool IsCancelRequested() const { return m_cancelRequested; }
 
 private:
-  static void Trampoline(void* self);
-
-  std::mutex m_cs; // guards the fields below (not the queue's own state); owned by the timer
-  std::unique_ptr<Platform::CTimerQueue> m_queue;
-  Platform::CTimerQueue::Handle m_timer = 0;
-  Callback m_callback = nullptr;
-  uintptr_t m_first = 0;
-  void* m_second = nullptr;
-  std::atomic<bool> m_cancelRequested{false};
+  const Callback m_callback;
+  void* const m_context;
+  Platform::CTimerQueue m_queue;
+  Platform::CTimerQueue::Handle m_timer = 0; // 0 when not armed
 };
 
 } // namespace Vorla

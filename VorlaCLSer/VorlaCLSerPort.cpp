@@ -14,11 +14,34 @@
 namespace Vorla {
 namespace {
 // Camera Link errors that mean: no camera on this port.
-bool IsNoDevice(CLINT32 code) { return code == -30209 || code == CL_ERR_TIMEOUT; }
+bool IsNoDevice(CLINT32 code) {
+  return code == -30209 || code == CL_ERR_TIMEOUT;
+}
 
 // The longest path (with its terminator) the driver loader accepts.
 constexpr size_t MaxPath = 260;
 } // namespace
+
+// Holds the port lock. Releasing it last (leaving the outermost level) does an inactivity close
+// that the timer left pending meanwhile.
+class CVorlaCLSerPort::CLockGuard {
+public:
+  explicit CLockGuard(const CVorlaCLSerPort& port) : m_port(const_cast<CVorlaCLSerPort&>(port)) {
+    m_port.m_lock.lock();
+    ++m_port.m_lockDepth;
+  }
+  ~CLockGuard() {
+    const bool outermost = --m_port.m_lockDepth == 0;
+    m_port.m_lock.unlock();
+    if (outermost)
+      m_port.RunPendingClose();
+  }
+  CLockGuard(const CLockGuard&) = delete;
+  CLockGuard& operator=(const CLockGuard&) = delete;
+
+private:
+  CVorlaCLSerPort& m_port;
+};
 
 CVorlaCLSerPort::CVorlaCLSerPort(const gcstring& portId) : m_portId(portId) {}
 
@@ -28,34 +51,39 @@ CVorlaCLSerPort::~CVorlaCLSerPort() {
   } catch (...) {
     // a destructor reports nothing; Close logs its own failures
   }
-  m_pTimer.reset(); // waits for a running callback
+  {
+    std::lock_guard<std::mutex> timerGuard(m_timerLock);
+    m_pTimer.reset(); // waits for a running callback
+  }
   m_pDriverLibrary.reset();
 }
 
 bool CVorlaCLSerPort::IsConnected() const {
-  boost::recursive_mutex::scoped_lock guard(m_lock);
+  CLockGuard guard(*this);
   return m_pConnection != nullptr;
 }
 
 gcstring CVorlaCLSerPort::GetDeviceId() const {
-  boost::recursive_mutex::scoped_lock guard(m_lock);
+  CLockGuard guard(*this);
   return m_deviceId;
 }
 
 void CVorlaCLSerPort::SetRemovalSink(IVorlaCLSerRemovalSink* sink) {
-  boost::recursive_mutex::scoped_lock guard(m_lock);
+  CLockGuard guard(*this);
   m_pRemovalSink = sink;
 }
 
 void CVorlaCLSerPort::SetDeviceName(const gcstring& name) {
-  boost::recursive_mutex::scoped_lock guard(m_lock);
+  CLockGuard guard(*this);
   m_deviceName = name;
 }
 
-GenApi::EAccessMode CVorlaCLSerPort::GetAccessMode() const { return m_accessMode; }
+GenApi::EAccessMode CVorlaCLSerPort::GetAccessMode() const {
+  return m_accessMode;
+}
 
 bool CVorlaCLSerPort::ConnectDevice(const gcstring& deviceId) {
-  boost::recursive_mutex::scoped_lock guard(m_lock);
+  CLockGuard guard(*this);
   if (m_pConnection || !m_deviceId.empty())
     return false;
   try {
@@ -76,9 +104,10 @@ bool CVorlaCLSerPort::ConnectDevice(const gcstring& deviceId) {
     if (!m_pDriverLibrary)
       m_pDriverLibrary = std::make_unique<Platform::CDynamicLibrary>();
     LoadDriverLibrary(id.GetDriverPath(false));
+    std::lock_guard<std::mutex> timerGuard(m_timerLock);
     if (!m_pTimer) {
-      m_pTimer = std::make_unique<COneShotTimer>();
-      ReArm();
+      m_pTimer = std::make_unique<COneShotTimer>(&CVorlaCLSerPort::OnInactivity, this);
+      m_pTimer->Arm(m_autoCloseTimeout);
     }
     return true;
   } catch (const GenICam::GenericException& e) {
@@ -98,7 +127,7 @@ bool CVorlaCLSerPort::LoadDriverLibrary(const gcstring& driverPath) {
 }
 
 bool CVorlaCLSerPort::Reopen() {
-  boost::recursive_mutex::scoped_lock guard(m_lock);
+  CLockGuard guard(*this);
   if (m_pConnection || m_deviceId.empty())
     return false;
   vxlog::LogTrace(PortLog(), vxlog::Progress, "Reopening CLPort '%s'", m_portId.c_str());
@@ -110,11 +139,13 @@ bool CVorlaCLSerPort::Reopen() {
     m_pConnection = std::move(connection);
   } catch (const CLProtocol::CLErrException& e) {
     noDevice = IsNoDevice(e.GetCLErrorCode());
-    vxlog::LogTrace(PortLog(), vxlog::Error, "Could not connect CLPort '%s' DeviceID '%s' Error: %i '%s'",
-                    m_portId.c_str(), m_deviceId.c_str(), e.GetCLErrorCode(), e.GetDescription());
+    vxlog::LogTrace(PortLog(), vxlog::Error,
+                    "Could not connect CLPort '%s' DeviceID '%s' Error: %i '%s'", m_portId.c_str(),
+                    m_deviceId.c_str(), e.GetCLErrorCode(), e.GetDescription());
   } catch (const GenICam::GenericException& e) {
-    vxlog::LogTrace(PortLog(), vxlog::Error, "Could not connect CLPort '%s' DeviceID '%s' Error: '%s'",
-                    m_portId.c_str(), m_deviceId.c_str(), e.GetDescription());
+    vxlog::LogTrace(PortLog(), vxlog::Error,
+                    "Could not connect CLPort '%s' DeviceID '%s' Error: '%s'", m_portId.c_str(),
+                    m_deviceId.c_str(), e.GetDescription());
   }
   if (m_pConnection)
     return true;
@@ -124,14 +155,27 @@ bool CVorlaCLSerPort::Reopen() {
   return false;
 }
 
-bool CVorlaCLSerPort::CancelAutoClose() { return !m_pTimer || m_pTimer->Cancel(); }
+bool CVorlaCLSerPort::CancelAutoClose() {
+  std::lock_guard<std::mutex> timerGuard(m_timerLock);
+  return CancelTimerLocked();
+}
+
+bool CVorlaCLSerPort::CancelTimerLocked() {
+  if (!m_pTimer)
+    return true;
+  if (!m_pTimer->Cancel()) // waits for a running callback, which never waits for a lock
+    return false;
+  // The callback is over: a close it left pending belonged to the period just ended.
+  m_closePending = false;
+  return true;
+}
 
 bool CVorlaCLSerPort::Close(bool autoClose) {
   // A full close stops the timer before taking the lock, so that a callback waiting for the
   // lock is not waited for in turn.
   if (!autoClose && IsConnected() && !CancelAutoClose())
     return false;
-  boost::recursive_mutex::scoped_lock guard(m_lock);
+  CLockGuard guard(*this);
   if (!m_pConnection) {
     if (!autoClose)
       m_removed = false;
@@ -140,8 +184,9 @@ bool CVorlaCLSerPort::Close(bool autoClose) {
   try {
     m_pConnection.reset();
   } catch (const std::exception& e) {
-    vxlog::LogTrace(PortLog(), vxlog::Error, "Could not remove CLPort '%s' DeviceID '%s' Error: '%s'",
-                    m_portId.c_str(), m_deviceId.c_str(), e.what());
+    vxlog::LogTrace(PortLog(), vxlog::Error,
+                    "Could not remove CLPort '%s' DeviceID '%s' Error: '%s'", m_portId.c_str(),
+                    m_deviceId.c_str(), e.what());
   }
   m_pConnection = nullptr;
   if (!autoClose) {
@@ -156,7 +201,7 @@ template <class Operation>
 void CVorlaCLSerPort::Access(const char* operationWord, Operation operation) {
   if (m_removed)
     throw RUNTIME_EXCEPTION("Device '%s' already removed/disconnected.", m_portId.c_str());
-  boost::recursive_mutex::scoped_lock guard(m_lock);
+  CLockGuard guard(*this);
   if (!m_pConnection && !Reopen()) {
     FireRemoval();
     throw RUNTIME_EXCEPTION("Could not reopen CLPort '%s'", m_portId.c_str());
@@ -170,8 +215,9 @@ void CVorlaCLSerPort::Access(const char* operationWord, Operation operation) {
     FireRemoval(); // any serial-level error is taken as loss of the camera
     throw;
   } catch (const GenICam::GenericException& e) {
-    vxlog::LogTrace(PortLog(), vxlog::Error, "Could not %s from CLSer port '%s'. GenICam Error: '%s'",
-                    operationWord, m_portId.c_str(), e.GetDescription());
+    vxlog::LogTrace(PortLog(), vxlog::Error,
+                    "Could not %s from CLSer port '%s'. GenICam Error: '%s'", operationWord,
+                    m_portId.c_str(), e.GetDescription());
     throw;
   } catch (const std::exception& e) {
     vxlog::LogTrace(PortLog(), vxlog::Error, "Could not %s from CLSer port '%s'. std-Error: '%s'",
@@ -192,7 +238,7 @@ void CVorlaCLSerPort::Write(const void* pBuffer, int64_t Address, int64_t Length
 // Runs `op` on a connection, connecting for the call (and fully closing again) when closed.
 template <class Operation>
 auto CVorlaCLSerPort::WithTemporaryConnection(const gcstring& deviceId, Operation op) {
-  boost::recursive_mutex::scoped_lock guard(m_lock);
+  CLockGuard guard(*this);
   bool connectedHere = false;
   if (!m_pConnection) {
     if (!ConnectDevice(deviceId))
@@ -244,36 +290,59 @@ void CVorlaCLSerPort::GetXML(gcstring& xml, const gcstring& deviceId) {
 }
 
 void CVorlaCLSerPort::SetAutoCloseTimeout(uint32_t ms) {
+  // Storing and arming under one lock: the timer ends armed with the value stored last.
+  std::lock_guard<std::mutex> timerGuard(m_timerLock);
   m_autoCloseTimeout = ms;
-  ReArm();
+  if (m_pTimer && CancelTimerLocked())
+    m_pTimer->Arm(ms);
 }
 
 void CVorlaCLSerPort::ReArm() {
-  if (m_pTimer)
-    m_pTimer->Arm(m_autoCloseTimeout, &CVorlaCLSerPort::OnInactivity, 0, this);
+  std::lock_guard<std::mutex> timerGuard(m_timerLock);
+  if (m_pTimer && CancelTimerLocked())
+    m_pTimer->Arm(m_autoCloseTimeout);
 }
 
-void CVorlaCLSerPort::OnInactivity(uintptr_t, void* context) {
+// Runs on the timer thread, which serves every port of the process: it never waits for the port
+// lock. Whoever holds the lock may be a read lasting minutes, or a re-arm waiting for this very
+// callback; the close is left pending for the holder to do when it releases the lock, unless the
+// holder re-arms the timer first (an access restarts the period).
+void CVorlaCLSerPort::OnInactivity(void* context) {
   auto* port = static_cast<CVorlaCLSerPort*>(context);
-  vxlog::LogTrace(PortLog(), vxlog::Progress, "AutoClosing CLPort '%s' due to inactivity.",
-                  port->m_portId.c_str());
-  // Whoever holds the lock may be re-arming or cancelling this very timer and waiting for this
-  // callback: never block on the lock, give up once a cancel is under way.
-  while (!port->m_lock.try_lock()) {
-    if (port->m_pTimer->IsCancelRequested())
+  port->m_closePending = true;
+  port->RunPendingClose();
+}
+
+// The flag is set before the lock is tried, and checked after the lock is released: so either
+// the timer gets the lock, or a holder that still has it sees the flag on release.
+void CVorlaCLSerPort::RunPendingClose() noexcept {
+  while (m_closePending) {
+    if (!m_lock.try_lock())
       return;
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    ++m_lockDepth;
+    try {
+      if (m_closePending.exchange(false))
+        CloseForInactivity();
+    } catch (...) {
+      // Close logs its own failures; a log sink's error is not the caller's business
+    }
+    --m_lockDepth;
+    m_lock.unlock();
   }
-  boost::recursive_mutex::scoped_lock guard(port->m_lock, boost::adopt_lock);
-  if (!port->Close(true))
+}
+
+void CVorlaCLSerPort::CloseForInactivity() {
+  vxlog::LogTrace(PortLog(), vxlog::Progress, "AutoClosing CLPort '%s' due to inactivity.",
+                  m_portId.c_str());
+  if (!Close(true))
     vxlog::LogTrace(PortLog(), vxlog::Warning, "Clould not AutoClose CLPort '%s'.",
-                    port->m_portId.c_str());
+                    m_portId.c_str());
 }
 
 void CVorlaCLSerPort::FireRemoval() {
   IVorlaCLSerRemovalSink* sink;
   {
-    boost::recursive_mutex::scoped_lock guard(m_lock);
+    CLockGuard guard(*this);
     if (!m_pRemovalSink || m_removed)
       return;
     vxlog::LogTrace(PortLog(), vxlog::Progress,
@@ -291,7 +360,7 @@ void CVorlaCLSerPort::Probe(gcstring& deviceId, const gcstring_vector* templates
   IVorlaCLSerRemovalSink* sink;
   gcstring openId;
   {
-    boost::recursive_mutex::scoped_lock guard(m_lock);
+    CLockGuard guard(*this);
     sink = m_pRemovalSink;
     openId = m_deviceId;
   }
@@ -324,7 +393,7 @@ void CVorlaCLSerPort::Probe(gcstring& deviceId, const gcstring_vector* templates
     CLProtocol::CCLPort::GetDeviceIDTemplates(allTemplates);
     templates = &allTemplates;
   }
-  boost::recursive_mutex::scoped_lock guard(m_lock);
+  CLockGuard guard(*this);
   const bool reopen = m_pConnection != nullptr;
   if (reopen)
     Close(true);

@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <memory>
+#include <mutex>
 
 namespace CLProtocol {
 class CCLPort;
@@ -23,6 +24,10 @@ using GenICam::gcstring_vector;
 //! The register port of one Camera Link serial port: GenApi register access through a CLProtocol
 //! connection that opens lazily, closes after a time without access, reopens on demand and
 //! reports a vanished camera once to the device open on it.
+//!
+//! Thread-safe: every operation may be called from any thread; operations on the connection are
+//! serialised on the port lock. SetAutoCloseTimeout and CancelAutoClose may be called with or
+//! without the port lock held, also from many threads at once.
 class CVorlaCLSerPort : public GenApi::IPort {
 public:
   //! Serial time-out of a new connection and of probes, in milliseconds.
@@ -50,10 +55,12 @@ public:
   //! The camera's description, read once and cached; connects for the call if needed.
   void GetXML(gcstring& xml, const gcstring& deviceId);
 
-  //! Closes the connection after `ms` without access (0: never) and re-arms the timer.
+  //! Closes the connection after `ms` without access (0: never) and re-arms the timer. Calls
+  //! from several threads at once leave the timer armed with the value stored last.
   void SetAutoCloseTimeout(uint32_t ms);
   uint32_t GetAutoCloseTimeout() const { return m_autoCloseTimeout; }
-  //! Stops the inactivity timer, waiting for a running callback.
+  //! Stops the inactivity timer, waiting for a running callback; an inactivity close that the
+  //! callback left pending is dropped too.
   bool CancelAutoClose();
 
   //! Which camera answers on this port: the DeviceID, or empty. Without templates, every template
@@ -72,21 +79,34 @@ public:
   CLProtocol::CCLPort* GetConnection() const { return m_pConnection.get(); }
 
 private:
+  class CLockGuard;
   void ReArm();
+  bool CancelTimerLocked();
+  void RunPendingClose() noexcept;
+  void CloseForInactivity();
   void FireRemoval();
   bool LoadDriverLibrary(const gcstring& driverPath);
   template <class Operation> void Access(const char* operationWord, Operation operation);
   template <class Operation> auto WithTemporaryConnection(const gcstring& deviceId, Operation op);
-  static void OnInactivity(uintptr_t, void* port);
+  static void OnInactivity(void* port);
 
   const GenApi::EAccessMode m_accessMode = GenApi::RW;
-  // Taken by every operation on the connection and by the inactivity callback. Recursive because
-  // operations call each other (Read -> Reopen, HasXML -> ConnectDevice -> Close). Owned by the port.
+  // Taken by every operation on the connection (through CLockGuard) and, without waiting, by the
+  // inactivity callback. Recursive because operations call each other (Read -> Reopen, HasXML ->
+  // ConnectDevice -> Close). Owned by the port.
   mutable boost::recursive_mutex m_lock;
+  mutable unsigned m_lockDepth = 0; // recursion of m_lock's holder; changed only under m_lock
+  // An inactivity close that the timer could not do because m_lock was held: done by whoever
+  // releases m_lock last, or dropped when the timer is re-armed or cancelled.
+  std::atomic<bool> m_closePending{false};
+  // Serialises everything the timer does: creating m_pTimer, storing the timeout with arming,
+  // cancelling. Taken after m_lock when both are held, and never by the timer callback, so
+  // holding it while waiting for the callback cannot deadlock. Owned by the port.
+  std::mutex m_timerLock;
   std::unique_ptr<CLProtocol::CCLPort> m_pConnection;
   IVorlaCLSerRemovalSink* m_pRemovalSink = nullptr;
   std::unique_ptr<Platform::CDynamicLibrary> m_pDriverLibrary;
-  std::unique_ptr<COneShotTimer> m_pTimer;
+  std::unique_ptr<COneShotTimer> m_pTimer; // under m_timerLock
   const gcstring m_portId;
   gcstring m_deviceId;
   gcstring m_deviceName;

@@ -5,8 +5,10 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <memory>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 using Vorla::Platform::CTimerQueue;
 using namespace std::chrono_literals;
@@ -94,4 +96,69 @@ TEST(TimerQueue, ACallbackMayDeleteItsOwnTimer) {
     std::this_thread::yield();
   EXPECT_TRUE(s.onQueueThread);
   EXPECT_FALSE(queue.IsCallbackThread());
+}
+
+TEST(TimerQueue, ACallbackMayDestroyItsOwnQueueAndOtherQueuesGoOn) {
+  struct Owner {
+    CTimerQueue* queue = new CTimerQueue;
+    std::atomic<bool> destroyed{false};
+    static void Run(void* self) {
+      auto* o = static_cast<Owner*>(self);
+      delete o->queue; // the timer thread must not touch the queue afterwards
+      o->destroyed = true;
+    }
+  } owner;
+  owner.queue->CreateTimer(0, &Owner::Run, &owner);
+  owner.queue->CreateTimer(60'000, &Owner::Run, &owner); // dropped with the queue
+
+  CTimerQueue other;
+  Probe probe;
+  other.CreateTimer(5, &Probe::Count, &probe);
+  ASSERT_TRUE(probe.WaitFor(1));
+  EXPECT_TRUE(owner.destroyed);
+}
+
+TEST(TimerQueue, AllQueuesShareOneTimerThread) {
+  struct Where {
+    CTimerQueue* other;
+    std::atomic<int> answer{-1};
+    static void Run(void* self) {
+      auto* w = static_cast<Where*>(self);
+      w->answer = w->other->IsCallbackThread() ? 1 : 0;
+    }
+  };
+  CTimerQueue a, b;
+  Where where{&b};
+  a.CreateTimer(0, &Where::Run, &where);
+  while (where.answer < 0)
+    std::this_thread::yield();
+  EXPECT_EQ(where.answer, 1);
+}
+
+// Deleters free the callback's context right after DeleteTimer: a deletion that did not wait
+// for a running callback shows up as a use after free under the sanitizers.
+TEST(TimerQueue, DeletionRacingExpiryNeverLeavesACallbackOnFreedState) {
+  struct Context {
+    int writes = 0;
+    static void Run(void* self) { ++static_cast<Context*>(self)->writes; }
+  };
+  CTimerQueue shared;
+  auto worker = [&](int seed) {
+    CTimerQueue own;
+    for (int i = 0; i < 300; ++i) {
+      CTimerQueue& queue = (i + seed) % 2 ? own : shared;
+      auto context = std::make_unique<Context>();
+      const auto timer = queue.CreateTimer(i % 3, &Context::Run, context.get());
+      ASSERT_NE(timer, 0u);
+      if (i % 5 == 0)
+        std::this_thread::sleep_for(1ms);
+      EXPECT_TRUE(queue.DeleteTimer(timer));
+      EXPECT_LE(context->writes, 1);
+    }
+  };
+  std::vector<std::thread> threads;
+  for (int seed = 0; seed < 6; ++seed)
+    threads.emplace_back(worker, seed);
+  for (auto& t : threads)
+    t.join();
 }

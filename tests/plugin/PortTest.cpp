@@ -5,10 +5,13 @@
 #include <GenApi/GenApi.h>
 #include <camsim/CameraXml.h>
 
+#include <platform/TimerQueue.h>
+
 #include <atomic>
-#include <functional>
 #include <cstring>
+#include <functional>
 #include <thread>
+#include <vector>
 
 using namespace Vorla;
 
@@ -18,11 +21,16 @@ constexpr int64_t SerialNumberAddress = 0x144; // bootstrap register, 64 bytes
 // The device side of a port: counts removals, may hold a camera node map.
 class CSink : public IVorlaCLSerRemovalSink {
 public:
-  void NotifyRemoval() override { ++m_removals; }
+  void NotifyRemoval() override {
+    ++m_removals;
+    if (m_onRemoval)
+      m_onRemoval();
+  }
   bool IsDeviceOpen() const override { return m_open; }
   GenApi::INodeMap* GetCameraNodeMap() override { return m_nodeMap._Ptr; }
 
   std::atomic<int> m_removals{0};
+  std::function<void()> m_onRemoval; // runs with the port lock held
   bool m_open = true;
   GenApi::CNodeMapRef m_nodeMap;
 };
@@ -115,8 +123,8 @@ TEST_F(Port, AVanishedCameraIsRemovedOnceAndLaterAccessFailsWithoutTraffic) {
               1u);
   }
   EXPECT_EQ(sink.m_removals, 1);
-  EXPECT_EQ(m_log.Count("Device removal for PortID '" + rig::PortId(0) + "' DeviceID '" +
-                        deviceId + "' detected. Firing removal callbacks."),
+  EXPECT_EQ(m_log.Count("Device removal for PortID '" + rig::PortId(0) + "' DeviceID '" + deviceId +
+                        "' detected. Firing removal callbacks."),
             1u);
 
   camsim::CLoopbackBus::Instance().Attach(0, camera); // back, but the port stays removed
@@ -159,9 +167,8 @@ TEST_F(Port, AFailedReopenFiresRemovalForNoDeviceCodes) {
 
     c.loseCamera(camera);
     EXPECT_FALSE(port.Reopen());
-    EXPECT_EQ(m_log.CountContaining("Could not connect CLPort '" + rig::PortId(0) +
-                                    "' DeviceID '" + deviceId +
-                                    "' Error: " + std::to_string(c.code) + " '"),
+    EXPECT_EQ(m_log.CountContaining("Could not connect CLPort '" + rig::PortId(0) + "' DeviceID '" +
+                                    deviceId + "' Error: " + std::to_string(c.code) + " '"),
               1u)
         << c.code;
     EXPECT_EQ(m_log.Count("Could not reopen CLPort '" + rig::PortId(0) + "'"), 1u);
@@ -280,4 +287,83 @@ TEST_F(Port, InactivityCloseNeverDeadlocksAgainstAccesses) {
   port.SetAutoCloseTimeout(0);
   EXPECT_EQ(ReadSerial(port), "SN1"); // the timer may have closed it just before
   EXPECT_TRUE(port.Close(false));
+}
+
+// The device's AutoCloseTimeout node may be written from many threads at once while reads
+// re-arm under the port lock: the timer must end armed with the value stored last, so a 0
+// stored last never lets an earlier timer close the port. Run under the tsan preset too.
+TEST_F(Port, RacingTimeoutChangesEndingInZeroNeverClose) {
+  COpenDevice d;
+  ASSERT_TRUE(d.Open());
+  CVorlaCLSerPort& port = d.port;
+  std::vector<std::thread> threads;
+  for (uint32_t t = 0; t < 4; ++t)
+    threads.emplace_back([&port, t] {
+      for (uint32_t i = 0; i < 100; ++i)
+        port.SetAutoCloseTimeout(i % 3 == 0 ? 0 : 20 + (i + t) % 20);
+      port.SetAutoCloseTimeout(0);
+    });
+  for (int t = 0; t < 2; ++t)
+    threads.emplace_back([&port] {
+      for (int i = 0; i < 30; ++i)
+        EXPECT_EQ(ReadSerial(port), "SN1");
+    });
+  for (auto& t : threads)
+    t.join();
+  ASSERT_EQ(port.GetAutoCloseTimeout(), 0u);
+  EXPECT_EQ(ReadSerial(port), "SN1"); // reopens if a timer closed it during the race
+  m_log.Clear();
+  std::this_thread::sleep_for(std::chrono::milliseconds(80)); // past every timeout set above
+  EXPECT_TRUE(port.IsConnected());
+  EXPECT_EQ(m_log.CountContaining("AutoClosing"), 0u);
+}
+
+// One timer thread serves every port: an access holding the port lock for long (a description
+// download at 9600 baud holds it for minutes) must hold up neither that thread nor a change of
+// the timeout, and the timer's close is dropped once the access succeeds and re-arms.
+TEST_F(Port, ALongAccessHoldsUpNeitherTheTimerThreadNorATimeoutChange) {
+  COpenDevice d;
+  ASSERT_TRUE(d.Open());
+  auto& [camera, deviceId, sink, port] = d;
+  struct Witness {
+    std::atomic<bool> accessRunning{true};
+    std::atomic<int> sawAccessRunning{-1};
+    static void Run(void* self) {
+      auto* w = static_cast<Witness*>(self);
+      w->sawAccessRunning = w->accessRunning ? 1 : 0;
+    }
+  } witness;
+  Platform::CTimerQueue other;
+
+  port.SetAutoCloseTimeout(30); // fires during the read below
+  camsim::SFaultPlan slow;
+  slow.m_DelayNext = 1;
+  slow.m_DelayMs = 300;
+  camera->InjectFaults(slow);
+  std::thread reader([&] {
+    EXPECT_EQ(ReadSerial(port), "SN1");
+    witness.accessRunning = false;
+  });
+  other.CreateTimer(120, &Witness::Run, &witness);
+  ASSERT_TRUE(rig::Eventually([&] { return witness.sawAccessRunning >= 0; }));
+  EXPECT_EQ(witness.sawAccessRunning, 1);
+  port.SetAutoCloseTimeout(0);
+  EXPECT_TRUE(witness.accessRunning); // returned without waiting for the reader
+  reader.join();
+  EXPECT_TRUE(port.IsConnected());
+  EXPECT_EQ(m_log.CountContaining("AutoClosing"), 0u);
+}
+
+// When the access that held the lock fails, nothing re-arms: the close the timer left pending
+// happens on the access's way out.
+TEST_F(Port, AnInactivityCloseLeftPendingHappensWhenAFailedAccessEnds) {
+  COpenDevice d;
+  ASSERT_TRUE(d.Open());
+  auto& [camera, deviceId, sink, port] = d;
+  sink.m_onRemoval = [] { std::this_thread::sleep_for(std::chrono::milliseconds(100)); };
+  port.SetAutoCloseTimeout(20); // fires while the removal callback holds the port lock
+  camsim::CLoopbackBus::Instance().Detach(0);
+  EXPECT_THROW(ReadSerial(port), CLProtocol::CLErrException);
+  EXPECT_FALSE(port.IsConnected());
+  EXPECT_EQ(m_log.Count("AutoClosing CLPort '" + rig::PortId(0) + "' due to inactivity."), 1u);
 }

@@ -2,35 +2,39 @@
 #include <platform/Visibility.h>
 
 #include <cstdint>
-#include <memory>
 
 namespace Vorla {
 namespace Platform {
 
-//! A queue of one-shot timers served by one thread of its own (a Windows timer queue there).
-//! Callbacks run on that thread, one at a time.
+//! A group of one-shot timers, deleted together with the queue. Every queue of the process is
+//! served by one timer thread (a Boost.Asio io_context), so a callback must not block for long:
+//! it would hold up the timers of every other queue. Callbacks run one at a time.
+//!
+//! Thread-safe: timers may be created and deleted from any thread, also from a callback, which
+//! may even delete its own timer or destroy its own queue.
 class VORLA_PLATFORM_API CTimerQueue {
 public:
   using Callback = void (*)(void* context);
   using Handle = uint64_t; // 0 is never a valid timer
 
   CTimerQueue();
-  //! Deletes every timer, waiting for a running callback (unless called from one).
+  //! Deletes every timer of the queue, waiting for a running callback (unless called from one).
   ~CTimerQueue();
   CTimerQueue(const CTimerQueue&) = delete;
   CTimerQueue& operator=(const CTimerQueue&) = delete;
 
-  //! Arms a one-shot timer that calls `callback(context)` after `dueMs`; 0 on failure.
+  //! Arms a one-shot timer that calls `callback(context)` after `dueMs`; 0 on failure. An
+  //! exception out of the callback is swallowed.
   Handle CreateTimer(uint32_t dueMs, Callback callback, void* context);
-  //! Removes a timer. A callback that is running is waited for, except when DeleteTimer is
-  //! called from that callback itself. Returns false for an unknown handle.
+  //! Removes a timer; it never fires afterwards. A callback that is running is waited for,
+  //! except when DeleteTimer is called from a callback itself. A fired timer stays known until
+  //! deleted. Returns false for a handle that this queue does not know.
   bool DeleteTimer(Handle timer);
-  //! True on the queue's own thread (inside a callback).
+  //! True on the timer thread (inside a callback of any queue).
   bool IsCallbackThread() const;
 
 private:
-  struct Impl;
-  std::unique_ptr<Impl> m_impl;
+  uint64_t m_owner; // this queue's key in the process's timer service
 };
 
 } // namespace Platform

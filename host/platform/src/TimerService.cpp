@@ -1,0 +1,88 @@
+#include "TimerService.h"
+
+#include <chrono>
+
+namespace Vorla {
+namespace Platform {
+
+CTimerService& CTimerService::Instance() {
+  static CTimerService* const service = new CTimerService; // never destroyed, see the class
+  return *service;
+}
+
+CTimerService::CTimerService() : m_work(boost::asio::make_work_guard(m_io)) {
+  m_thread = std::thread([this] { m_io.run(); });
+  m_threadId = m_thread.get_id();
+  m_thread.detach();
+}
+
+CTimerService::Id CTimerService::NewOwner() {
+  std::lock_guard<std::mutex> guard(m_lock);
+  return m_nextId++;
+}
+
+CTimerService::Id CTimerService::Create(Id owner, uint32_t dueMs, Callback callback,
+                                        void* context) {
+  if (!callback || owner == 0)
+    return 0;
+  std::lock_guard<std::mutex> guard(m_lock);
+  const Id id = m_nextId++;
+  auto timer = std::make_unique<boost::asio::steady_timer>(m_io, std::chrono::milliseconds(dueMs));
+  // The handler knows the timer by id only: the entry may be gone by the time it runs.
+  timer->async_wait([this, id](const boost::system::error_code& error) { OnExpiry(id, error); });
+  m_timers.emplace(id, Entry{owner, callback, context, std::move(timer)});
+  return id;
+}
+
+void CTimerService::OnExpiry(Id timer, const boost::system::error_code& error) {
+  if (error)
+    return; // deleted before it expired
+  std::unique_lock<std::mutex> guard(m_lock);
+  const auto it = m_timers.find(timer);
+  if (it == m_timers.end())
+    return; // deleted after it expired, before this handler ran: it never fires
+  const Entry& entry = it->second;
+  const Callback callback = entry.callback;
+  void* const context = entry.context;
+  m_runningTimer = timer;
+  m_runningOwner = entry.owner;
+  guard.unlock();
+  try {
+    callback(context);
+  } catch (...) {
+    // the timer thread has no one to report to, and must keep serving the other timers
+  }
+  guard.lock();
+  m_runningTimer = 0;
+  m_runningOwner = 0;
+  m_callbackDone.notify_all();
+}
+
+void CTimerService::WaitForCallback(std::unique_lock<std::mutex>& guard, Id owner, Id timer) {
+  // A callback deleting its own timer (or queue) must not wait for itself; and as callbacks run
+  // one at a time, no other callback can be running then either.
+  if (IsServiceThread())
+    return;
+  m_callbackDone.wait(
+      guard, [&] { return timer != 0 ? m_runningTimer != timer : m_runningOwner != owner; });
+}
+
+bool CTimerService::Delete(Id owner, Id timer) {
+  std::unique_lock<std::mutex> guard(m_lock);
+  const auto it = m_timers.find(timer);
+  if (it == m_timers.end() || it->second.owner != owner)
+    return false;
+  m_timers.erase(it); // destroying the asio timer cancels a wait still pending
+  WaitForCallback(guard, owner, timer);
+  return true;
+}
+
+void CTimerService::DeleteAll(Id owner) {
+  std::unique_lock<std::mutex> guard(m_lock);
+  for (auto it = m_timers.begin(); it != m_timers.end();)
+    it = it->second.owner == owner ? m_timers.erase(it) : std::next(it);
+  WaitForCallback(guard, owner, 0);
+}
+
+} // namespace Platform
+} // namespace Vorla
