@@ -289,6 +289,18 @@ void CVorlaCLSerPort::GetXML(gcstring& xml, const gcstring& deviceId) {
   });
 }
 
+int32_t CVorlaCLSerPort::SupportedBaudRates(uint32_t& mask) {
+  boost::recursive_mutex::scoped_lock guard(m_lock);
+  mask = 0;
+  if (!m_pConnection)
+    return CL_ERR_INVALID_REFERENCE;
+  CLUINT32 supported = 0;
+  const CLINT32 status = m_pConnection->SupportedBaudrates(supported);
+  if (status == CL_ERR_NO_ERR)
+    mask = supported;
+  return status;
+}
+
 void CVorlaCLSerPort::SetAutoCloseTimeout(uint32_t ms) {
   // Storing and arming under one lock: the timer ends armed with the value stored last.
   std::lock_guard<std::mutex> timerGuard(m_timerLock);

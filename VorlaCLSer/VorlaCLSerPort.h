@@ -75,8 +75,9 @@ public:
   bool IsRemoved() const { return m_removed; }
   const gcstring& GetPortId() const { return m_portId; }
   gcstring GetDeviceId() const;
-  //! The connection itself, for the device's baud-rate query; null while closed.
-  CLProtocol::CCLPort* GetConnection() const { return m_pConnection.get(); }
+  //! The baud-rate bits that the camera and the serial port both support, asked under the port
+  //! lock. A Camera Link status; without a connection CL_ERR_INVALID_REFERENCE and a mask of 0.
+  int32_t SupportedBaudRates(uint32_t& mask);
 
 private:
   class CLockGuard;
