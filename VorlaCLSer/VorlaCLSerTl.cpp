@@ -1,5 +1,6 @@
 #include "VorlaCLSerTl.h"
 
+#include "VorlaCLSerDevice.h"
 #include "VorlaCLSerLog.h"
 #include "VorlaCLSerPort.h"
 
@@ -10,10 +11,6 @@
 
 namespace Vorla {
 namespace {
-[[noreturn]] void NotAvailable() {
-  throw RUNTIME_EXCEPTION("Not available in this version of the Camera Link transport layer");
-}
-
 // Reads a property that the description provider needs, or raises its missing-property error.
 gcstring RequiredProperty(const CDeviceInfo& info, const char* key) {
   gcstring value;
@@ -36,7 +33,9 @@ CVorlaCLSerTl::~CVorlaCLSerTl() {
   }
 }
 
-CTlInfo CVorlaCLSerTl::GetTlInfo() const { return GetCLSerTlInfo(); }
+CTlInfo CVorlaCLSerTl::GetTlInfo() const {
+  return GetCLSerTlInfo();
+}
 
 CVorlaCLSerPort& CVorlaCLSerTl::GetPort(const gcstring& portId) {
   boost::recursive_mutex::scoped_lock guard(m_lock);
@@ -210,16 +209,31 @@ IVorlaDevice* CVorlaCLSerTl::InternalCreateDevice(const CDeviceInfo& info) {
     throw RUNTIME_EXCEPTION("Missing DeviceID property in device info of '%s'",
                             info.GetFullName().c_str());
   }
-  NotAvailable(); // the camera device comes with a later version
+  CVorlaCLSerPort& port = GetPort(portId);
+  if (!port.ConnectDevice(deviceId)) {
+    vxlog::LogTrace(TlLog(), vxlog::Error,
+                    "Could not open CLPort with PortID '%s' and DeviceID '%s'.", portId.c_str(),
+                    deviceId.c_str());
+    throw RUNTIME_EXCEPTION("Could not open CLPort with PortID '%s' and DeviceID '%s'.",
+                            portId.c_str(), deviceId.c_str());
+  }
+  vxlog::LogTrace(TlLog(), vxlog::Progress,
+                  "Successfully opend CLPort with PortID '%s' and DeviceID '%s'.", portId.c_str(),
+                  deviceId.c_str());
+  return new CVorlaCLSerDevice(info, port);
 }
 
-CDeviceInfo CVorlaCLSerTl::InternalCreateDeviceInfo() { return CVorlaCLSerDeviceInfo(); }
+CDeviceInfo CVorlaCLSerTl::InternalCreateDeviceInfo() {
+  return CVorlaCLSerDeviceInfo();
+}
 
 bool CVorlaCLSerTl::IsDeviceMatch(const CDeviceInfo& device, const CDeviceInfo& filterEntry) {
   return device.IsSubset(filterEntry);
 }
 
-gcstring CVorlaCLSerTl::GetDeviceClass() const { return CLSerDeviceClass; }
+gcstring CVorlaCLSerTl::GetDeviceClass() const {
+  return CLSerDeviceClass;
+}
 
 bool CVorlaCLSerTl::IsXMLFileAvailable(const CDeviceInfo& info) {
   try {

@@ -1,0 +1,390 @@
+#include "LoopbackRig.h"
+#include "VorlaCLSerDevice.h"
+#include "VorlaCLSerPort.h"
+#include "VorlaCLSerTl.h"
+
+#include <CLProtocol/ClSerialTypes.h>
+#include <GenApi/GenApi.h>
+
+#include <atomic>
+#include <vector>
+
+using namespace Vorla;
+using rig::CBindingsFolder;
+
+namespace {
+
+// Cameras on loopback ports 0 and 1, their ports enabled, and a transport layer.
+class Device : public rig::CLoopbackTest {
+protected:
+  void SetUp() override {
+    rig::CLoopbackTest::SetUp();
+    m_camera = rig::Attach(0, "SN0");
+  }
+  void TearDown() override {
+    m_tl.reset();
+    rig::CLoopbackTest::TearDown();
+  }
+
+  //! Enables the ports of the list with an optional initial baud rate and enumerates.
+  DeviceInfoList Enumerate(const std::string& baudRate = "") {
+    const std::string extra = "<Manufacturer>Hexmar</Manufacturer>"
+                              "<DeviceSpecificString>Sapera Board=0</DeviceSpecificString>" +
+                              (baudRate.empty() ? "" : "<BaudRate>" + baudRate + "</BaudRate>");
+    m_bindings.Write(CBindingsFolder::Port(rig::PortId(0), extra) +
+                     CBindingsFolder::Port(rig::PortId(1), extra));
+    DeviceInfoList list;
+    m_tl->EnumerateDevices(list);
+    return list;
+  }
+
+  //! The first camera, created and opened.
+  IVorlaDevice* OpenFirst(const std::string& baudRate = "") {
+    const DeviceInfoList list = Enumerate(baudRate);
+    EXPECT_FALSE(list.empty());
+    IVorlaDevice* device = m_tl->CreateDevice(list.at(0));
+    device->Open(Control);
+    return device;
+  }
+
+  static GenApi::IInteger& Integer(GenApi::INodeMap* map, const char* name) {
+    auto* node = dynamic_cast<GenApi::IInteger*>(map->GetNode(name));
+    if (!node)
+      throw std::runtime_error(std::string("no integer ") + name);
+    return *node;
+  }
+
+  static gcstring CreationError(const std::function<void()>& create) {
+    try {
+      create();
+    } catch (const GenICam::GenericException& e) {
+      return e.GetDescription();
+    }
+    return "<no error>";
+  }
+
+  std::shared_ptr<camsim::CCameraModel> m_camera;
+  CBindingsFolder m_bindings;
+  std::unique_ptr<CVorlaCLSerTl> m_tl = std::make_unique<CVorlaCLSerTl>();
+};
+
+// Counts calls and may throw or deregister itself.
+struct SRemovalProbe {
+  std::atomic<int> m_calls{0};
+  IVorlaDevice* m_device = nullptr;
+  DeviceCallbackHandle m_selfHandle = 0;
+};
+
+class CProbeCallback : public DeviceCallback {
+public:
+  CProbeCallback(SRemovalProbe& probe, bool throws) : m_probe(probe), m_throws(throws) {}
+  void operator()(IVorlaDevice* device) const override {
+    ++m_probe.m_calls;
+    m_probe.m_device = device;
+    if (m_probe.m_selfHandle != 0)
+      device->DeregisterRemovalCallback(m_probe.m_selfHandle);
+    if (m_throws)
+      throw std::runtime_error("callback failed");
+  }
+  DeviceCallback* Clone() const override { return new CProbeCallback(m_probe, m_throws); }
+
+private:
+  SRemovalProbe& m_probe;
+  bool m_throws;
+};
+
+} // namespace
+
+TEST_F(Device, OpensReadsWritesAndClosesACameraWithItsDownloadedDescription) {
+  const DeviceInfoList list = Enumerate("Baud19200");
+  ASSERT_EQ(list.size(), 1u);
+  const CDeviceInfo& record = list[0];
+  gcstring deviceId;
+  record.GetPropertyValue("DeviceID", deviceId);
+  IVorlaDevice* device = m_tl->CreateDevice(record);
+  ASSERT_NE(device, nullptr);
+  EXPECT_EQ(m_log.Count("Successfully opend CLPort with PortID '" + rig::PortId(0) +
+                        "' and DeviceID '" + deviceId + "'."),
+            1u);
+  EXPECT_EQ(
+      m_log.CountContaining("Downloaded XML from device '" + record.GetFullName() + "' length "),
+      1u);
+  EXPECT_EQ(m_tl->GetRefCount(), 2);
+  EXPECT_FALSE(device->IsOpen());
+
+  device->Open(Control);
+  EXPECT_TRUE(device->IsOpen());
+  EXPECT_EQ(m_log.Count("Device '" + record.GetFriendlyName() + "' opened"), 1u);
+  GenApi::INodeMap* map = device->GetNodeMap();
+  ASSERT_NE(map, nullptr);
+  auto* id = dynamic_cast<GenApi::IValue*>(map->GetNode("DeviceID"));
+  EXPECT_EQ(id->ToString(), "SN0");
+  Integer(map, "Width").SetValue(640);
+  map->InvalidateNodes();
+  EXPECT_EQ(Integer(map, "Width").GetValue(), 640);
+  // The configured initial rate, switched on both ends of the line.
+  EXPECT_EQ(dynamic_cast<GenApi::IEnumeration*>(map->GetNode("ClSerialPortBaudRate"))->ToString(),
+            "Baud19200");
+  EXPECT_EQ(m_camera->BaudBit(), CL_BAUDRATE_19200);
+
+  device->Close();
+  EXPECT_FALSE(device->IsOpen());
+  EXPECT_FALSE(m_tl->GetPort(rig::PortId(0)).IsConnected());
+  EXPECT_EQ(m_log.Count("Closed CLPort '" + rig::PortId(0) + "'"), 1u);
+  device->Open(Control); // reopens: the full close freed the port
+  device->Close();
+  m_tl->DestroyDevice(device);
+  EXPECT_THROW(m_tl->DestroyDevice(device), GenICam::LogicalErrorException);
+}
+
+TEST_F(Device, BaudRatesThePortCannotDoAreDisabledAndTheFastestOtherIsChosen) {
+  camsim::CLoopbackBus::Instance().SetSupportedBaudRates(0, CL_BAUDRATE_9600 | CL_BAUDRATE_57600);
+  IVorlaDevice* device = OpenFirst();
+  auto* rate =
+      dynamic_cast<GenApi::IEnumeration*>(device->GetNodeMap()->GetNode("ClSerialPortBaudRate"));
+  gcstring_vector available;
+  rate->GetSymbolics(available);
+  EXPECT_EQ(available, (gcstring_vector{"Baud9600", "Baud57600"}));
+  const gcstring name = device->GetDeviceInfo().GetFriendlyName();
+  EXPECT_EQ(m_log.Count("Disabled EnumValue 'Baud921600' for device '" + name +
+                        "' since the CLPort doesn't support it."),
+            1u);
+  EXPECT_EQ(m_log.CountContaining("Disabled EnumValue"), 6u);
+  EXPECT_EQ(rate->GetIntValue(), 19);
+  device->Close();
+
+  // A configured rate that is not available is logged, not thrown, and changes nothing.
+  m_tl->DestroyDevice(device);
+  m_tl = std::make_unique<CVorlaCLSerTl>();
+  device = OpenFirst("Baud921600");
+  EXPECT_TRUE(device->IsOpen());
+  EXPECT_EQ(m_log.CountContaining("Could not set initial baud rate to 'Baud921600' for device '" +
+                                  name + "' Error='"),
+            1u);
+}
+
+TEST_F(Device, AutoCloseTimeoutClosesTheIdlePortAndTheNextReadReopensIt) {
+  const DeviceInfoList list = Enumerate();
+  IVorlaDevice* device = m_tl->CreateDevice(list.at(0));
+  CVorlaCLSerPort& port = m_tl->GetPort(rig::PortId(0));
+  GenApi::INodeMap* tlMap = device->GetTLNodeMap();
+  ASSERT_NE(tlMap, nullptr);
+  EXPECT_EQ(device->GetTLNodeMap(), tlMap);
+  GenApi::IInteger& timeout = Integer(tlMap, "AutoCloseTimeout");
+  EXPECT_EQ(timeout.GetMax(), 86400);
+  EXPECT_THROW(timeout.SetValue(86401), GenICam::OutOfRangeException);
+  timeout.SetValue(5000); // before Open: reaches the port all the same
+  EXPECT_EQ(port.GetAutoCloseTimeout(), 5000u);
+
+  device->Open(Control);
+  timeout.SetValue(200);
+  ASSERT_TRUE(rig::Eventually([&] { return !port.IsConnected(); }));
+  EXPECT_EQ(m_log.Count("AutoClosing CLPort '" + rig::PortId(0) + "' due to inactivity."), 1u);
+  GenApi::IInteger& width = Integer(device->GetNodeMap(), "Width");
+  device->GetNodeMap()->InvalidateNodes();
+  EXPECT_GT(width.GetValue(), 0);
+  EXPECT_EQ(m_log.Count("Reopening CLPort '" + rig::PortId(0) + "'"), 1u);
+
+  // Close stops the timer without touching the node.
+  device->Close();
+  EXPECT_EQ(port.GetAutoCloseTimeout(), 0u);
+  EXPECT_EQ(timeout.GetValue(), 200);
+  m_tl->DestroyDevice(device);
+}
+
+TEST_F(Device, AnOpenFollowingAnInactivityCloseFails) {
+  // The inactivity close keeps the port's device id, and a port with a device id does not
+  // connect anew: a device whose port closed before Open cannot be opened. Kept as designed.
+  IVorlaDevice* device = m_tl->CreateDevice(Enumerate().at(0));
+  Integer(device->GetTLNodeMap(), "AutoCloseTimeout").SetValue(20);
+  CVorlaCLSerPort& port = m_tl->GetPort(rig::PortId(0));
+  ASSERT_TRUE(rig::Eventually([&] { return !port.IsConnected(); }));
+  const gcstring name = device->GetDeviceInfo().GetFriendlyName();
+  EXPECT_EQ(CreationError([&] { device->Open(Control); }),
+            "Could not open CLPort '" + rig::PortId(0) + "' for device '" + name + "'.");
+  EXPECT_EQ(m_log.Count("Could not open CLPort for device '" + name + "'."), 1u);
+  m_tl->DestroyDevice(device);
+}
+
+TEST_F(Device, StateErrorsAndMissingPropertiesAreRefusedWithTheirTexts) {
+  IVorlaDevice* device = OpenFirst();
+  const gcstring name = device->GetDeviceInfo().GetFriendlyName();
+  EXPECT_EQ(CreationError([&] { device->Open(Control); }),
+            "Device '" + name + "' is already open and cannot be opened again.");
+  device->Close();
+  EXPECT_EQ(CreationError([&] { device->Close(); }),
+            "Device '" + name + "' is not open and cannot be closed.");
+  EXPECT_EQ(m_log.Count("Device '" + name + "' is not open and therefore won't be closed again."),
+            1u);
+  SRemovalProbe unused;
+  CProbeCallback dummy(unused, false);
+  EXPECT_EQ(CreationError([&] { device->RegisterRemovalCallback(dummy); }),
+            "Illegal Camera Status, camera not open");
+  EXPECT_EQ(CreationError([&] { device->DeregisterRemovalCallback(1001); }),
+            "Illegal Camera Status, camera not open");
+  EXPECT_EQ(device->GetNumStreamGrabberChannels(), 0u);
+  EXPECT_EQ(device->GetStreamGrabber(1), nullptr);
+  EXPECT_EQ(m_log.Count("Invalid StreamIndex 1 passed. StreamIndex must be less "
+                        "GetNumStreamGrabberChannels()!"),
+            1u);
+  m_tl->DestroyDevice(device);
+
+  CVorlaCLSerPort port(rig::PortId(1));
+  struct SCase {
+    const char* m_key;
+    const char* m_error;
+    const char* m_log;
+  };
+  for (const SCase& c : {SCase{"PortID", "Cannot get device PortID from device info.",
+                               "Cannot get PortID from device info."},
+                         SCase{"DeviceID", "Cannot get device DeviceID from device info.",
+                               "Cannot get DeviceID from device info."}}) {
+    CDeviceInfo info;
+    info.SetPropertyValue(std::string(c.m_key) == "PortID" ? "DeviceID" : "PortID", "x");
+    CVorlaCLSerDevice partial(info, port);
+    EXPECT_EQ(CreationError([&] { partial.Open(Control); }), c.m_error);
+    EXPECT_EQ(m_log.Count(c.m_log), 1u);
+    EXPECT_EQ(CreationError([&] { partial.GetNumStreamGrabberChannels(); }),
+              "Cannot get DeviceSpecificString from device info.");
+  }
+}
+
+TEST_F(Device, RemovalCallsEveryCallbackOncePerOpeningWithoutTheDeviceLock) {
+  IVorlaDevice* device = OpenFirst();
+  SRemovalProbe thrower, quitter, plain;
+  CProbeCallback throwing(thrower, true), quitting(quitter, false), counting(plain, false);
+  const DeviceCallbackHandle first = device->RegisterRemovalCallback(throwing);
+  quitter.m_selfHandle = device->RegisterRemovalCallback(quitting);
+  const DeviceCallbackHandle last = device->RegisterRemovalCallback(counting);
+  EXPECT_EQ(quitter.m_selfHandle, first + 1);
+  EXPECT_EQ(last, first + 2);
+  EXPECT_GE(first, 1001u);
+  EXPECT_EQ(m_log.Count("Registred removal callback with handle " + std::to_string(last)), 1u);
+  EXPECT_FALSE(device->DeregisterRemovalCallback(last + 100));
+
+  m_camera->InjectFaults([] {
+    camsim::SFaultPlan vanish;
+    vanish.m_VanishAfterCommands = 1;
+    return vanish;
+  }());
+  GenApi::IInteger& width = Integer(device->GetNodeMap(), "Width");
+  device->GetNodeMap()->InvalidateNodes();
+  EXPECT_ANY_THROW(width.GetValue());
+  EXPECT_EQ(m_log.Count("Removal detected. Calling registered removal callbacks."), 1u);
+  EXPECT_EQ(thrower.m_calls, 1); // threw, and the next ones were still called
+  EXPECT_EQ(quitter.m_calls, 1); // deregistered itself from inside the call
+  EXPECT_EQ(plain.m_calls, 1);
+  EXPECT_EQ(plain.m_device, device);
+
+  // Later failures of the same opening call nothing.
+  EXPECT_THROW(width.GetValue(true, true), GenICam::RuntimeException);
+  EXPECT_EQ(plain.m_calls, 1);
+  EXPECT_TRUE(device->DeregisterRemovalCallback(last));
+  EXPECT_FALSE(device->DeregisterRemovalCallback(quitter.m_selfHandle));
+  device->Close();
+  m_tl->DestroyDevice(device);
+}
+
+TEST_F(Device, AProbeOfAnOpenDeviceAsksTheCameraForItsSerialNumber) {
+  IVorlaDevice* device = OpenFirst();
+  SRemovalProbe probe;
+  CProbeCallback callback(probe, false);
+  device->RegisterRemovalCallback(callback);
+  DeviceInfoList again;
+  EXPECT_EQ(m_tl->EnumerateDevices(again), 1); // the open camera is found without a probe
+  EXPECT_EQ(probe.m_calls, 0);
+
+  // Another camera now answers on the port: the open device's camera is gone.
+  rig::Attach(0, "OTHER");
+  EXPECT_EQ(m_tl->EnumerateDevices(again), 0);
+  EXPECT_EQ(probe.m_calls, 1);
+  device->Close();
+  m_tl->DestroyDevice(device);
+}
+
+TEST_F(Device, LookupFindsByFullNameAndPartialRecordsWithTheExactRefusals) {
+  rig::Attach(1, "SN1");
+  const DeviceInfoList list = Enumerate();
+  ASSERT_EQ(list.size(), 2u);
+
+  IVorlaDevice* byName = m_tl->CreateDevice(list[1].GetFullName());
+  ASSERT_NE(byName, nullptr);
+  EXPECT_EQ(byName->GetDeviceInfo().GetFullName(), list[1].GetFullName());
+  EXPECT_EQ(m_tl->CreateDevice(gcstring("no such camera")), nullptr);
+  m_tl->DestroyDevice(byName);
+
+  const auto withClass = [](const char* deviceClass) {
+    CDeviceInfo info;
+    info.SetDeviceClass(deviceClass);
+    return info;
+  };
+  CDeviceInfo noMatch;
+  noMatch.SetModelName("HX9999");
+  struct SCase {
+    CDeviceInfo m_info;
+    const char* m_error;
+  };
+  for (const SCase& c :
+       {SCase{withClass("HexmarCameraLink"), "Ambiguous device info properties. 2 out of 2 "
+                                             "devices contain the provided device info "
+                                             "properties."},
+        SCase{withClass("OtherCameraLink"),
+              "The device class OtherCameraLink is not supported by this transport layer. This "
+              "transport layer supports HexmarCameraLink."},
+        SCase{noMatch, "No device contains the provided device info properties. The number of "
+                       "possible devices is 2."}}) {
+    EXPECT_EQ(CreationError([&] { m_tl->CreateDevice(c.m_info); }), c.m_error);
+    EXPECT_EQ(m_log.Count(c.m_error), 1u);
+  }
+
+  // The first match of several wins with CreateFirstDevice.
+  IVorlaDevice* first = m_tl->CreateFirstDevice(withClass("HexmarCameraLink"));
+  ASSERT_NE(first, nullptr);
+  EXPECT_EQ(first->GetDeviceInfo().GetFullName(), list[0].GetFullName());
+  m_tl->DestroyDevice(first);
+
+  camsim::CLoopbackBus::Instance().DetachAll();
+  EXPECT_EQ(CreationError([&] { m_tl->CreateDevice(withClass("HexmarCameraLink")); }),
+            "Cannot find device, no devices of HexmarCameraLink available.");
+}
+
+TEST_F(Device, CreationRefusesBadRecordsAndForeignRestrictions) {
+  const DeviceInfoList list = Enumerate();
+  CDeviceInfo noPort = list.at(0);
+  noPort.SetPropertyValue("PortID", "");
+  try {
+    m_tl->InternalCreateDevice(noPort);
+    FAIL();
+  } catch (const GenICam::InvalidArgumentException& e) {
+    EXPECT_EQ(gcstring(e.GetDescription()),
+              "Missing PortID property in device info of '" + noPort.GetFullName() + "'");
+  }
+  // A record whose camera is not the one that answers on its port.
+  CDeviceInfo stranger = list.at(0);
+  gcstring deviceId;
+  stranger.GetPropertyValue("DeviceID", deviceId);
+  deviceId.replace(deviceId.rfind("SN0"), 3, "SN7");
+  stranger.SetPropertyValue("DeviceID", deviceId);
+  EXPECT_EQ(CreationError([&] { m_tl->CreateDevice(stranger); }),
+            "Could not open CLPort with PortID '" + rig::PortId(0) + "' and DeviceID '" + deviceId +
+                "'.");
+
+  for (const char* restriction : {"hexmarcameralink", "SomeOtherClass"}) {
+    ::setenv("VORLA_USE_TL", restriction, 1);
+    CVorlaCLSerTl restricted;
+    ::unsetenv("VORLA_USE_TL");
+    EXPECT_EQ(restricted.CreateDevice(list.at(0).GetFullName()), nullptr);
+    EXPECT_EQ(CreationError([&] { restricted.CreateDevice(list.at(0)); }),
+              "Device creation failed. Transport layer is restricted by the environment");
+  }
+}
+
+TEST_F(Device, DestroyingTheTransportLayerEndsItsDevicesFirst) {
+  IVorlaDevice* device = OpenFirst();
+  SRemovalProbe probe;
+  CProbeCallback callback(probe, false);
+  device->RegisterRemovalCallback(callback);
+  m_tl.reset(); // closes the open device, then the port
+  EXPECT_EQ(m_log.Count("Closed CLPort '" + rig::PortId(0) + "'"), 1u);
+  EXPECT_EQ(probe.m_calls, 0);
+}
