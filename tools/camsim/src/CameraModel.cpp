@@ -257,6 +257,7 @@ void CCameraModel::Write(const std::uint8_t* data, std::size_t size, std::uint32
   if (m_Vanished || size == 0)
     return;
   m_Stats.m_BytesIn += size;
+  m_Stats.m_WireTime += ByteTime(m_Baud) * static_cast<int>(size);
   Clock::time_point arrival = now;
   if (m_Options.m_Pace) {
     arrival = std::max(now, m_InLineFree) + ByteTime(m_Baud) * static_cast<int>(size);
@@ -668,6 +669,7 @@ bool CCameraModel::ReadExact(std::uint8_t* data, std::size_t size,
         data[i] = (lineBaudBit && b.m_Baud != lineBaudBit)
                       ? static_cast<std::uint8_t>(b.m_Byte ^ 0x5A)
                       : b.m_Byte;
+        m_Stats.m_WireTime += ByteTime(b.m_Baud);
         m_Out.pop_front();
       }
       m_Stats.m_BytesOut += size;
@@ -688,6 +690,7 @@ std::size_t CCameraModel::ReadSome(std::uint8_t* data, std::size_t max,
     std::size_t n = 0;
     while (n < max && !m_Out.empty() && m_Out.front().m_Due <= now) {
       data[n++] = m_Out.front().m_Byte;
+      m_Stats.m_WireTime += ByteTime(m_Out.front().m_Baud);
       m_Out.pop_front();
     }
     if (n) {

@@ -29,6 +29,8 @@ public:
     std::uint64_t m_DiscardedPackets = 0;
     std::uint64_t m_BytesIn = 0;
     std::uint64_t m_BytesOut = 0;
+    //! Time the bytes of both directions take on the line, each at the rate it was sent at.
+    Clock::duration m_WireTime{0};
   };
 
   // Register map of the model (device registers are relative to DeviceBase).

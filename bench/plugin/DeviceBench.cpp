@@ -1,0 +1,157 @@
+// A camera device over a paced serial line at 115200 baud (the simulator's camera behind the
+// loopback serial library), measured against the wire time of the bytes it exchanged in the same
+// run, each byte at the rate it was sent at:
+// - opening: CreateDevice (connect, downloaded description) and Open (baud rates): elapsed / wire
+//   time, limit 1.1;
+// - reading a cached feature: serial commands per read, limit 0;
+// - an uncached 4-byte read: commands per read (limit 1) and elapsed / wire time, limit 1.1.
+#include "VorlaCLSerTl.h"
+
+#include <camsim/CameraModel.h>
+#include <camsim/LoopbackBus.h>
+
+#include <CLProtocol/ClSerialTypes.h>
+#include <GenApi/GenApi.h>
+#include <VorlaBase/Logging.h>
+
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+
+namespace {
+
+constexpr double TimeLimit = 1.1;
+constexpr std::uint32_t LineRates = CL_BAUDRATE_9600 | CL_BAUDRATE_115200;
+
+using Seconds = std::chrono::duration<double>;
+
+// The loopback serial library of the build tree and a port configuration enabling its port 0.
+class CRig {
+public:
+  CRig() {
+    const auto build = std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path();
+    ::setenv("CLSERIALPATH", (build / "lib/vorla-test/clserial").c_str(), 1);
+    ::unsetenv("CLSERTTY_PORTS");
+    char pattern[] = "/tmp/vorla-bench-XXXXXX";
+    m_folder = ::mkdtemp(pattern);
+    ::setenv("VORLA_CL_BINDINGS", m_folder.c_str(), 1);
+    std::ofstream(m_folder + "/PortConfiguration_x64.xml")
+        << "<CLBindings><Port><ID>Loopback#" << camsim::CLoopbackBus::PortName(0)
+        << "</ID><Enabled>yes</Enabled><BaudRate>Baud115200</BaudRate></Port></CLBindings>\n";
+    vxlog::LogSetFilter("512"); // quiet
+    camsim::SCameraOptions options;
+    options.m_Pace = true;
+    options.m_SupportedBaudBits = LineRates;
+    m_camera = std::make_shared<camsim::CCameraModel>(options);
+    camsim::CLoopbackBus::Instance().Attach(0, m_camera);
+    camsim::CLoopbackBus::Instance().SetSupportedBaudRates(0, LineRates);
+  }
+  ~CRig() {
+    camsim::CLoopbackBus::Instance().DetachAll();
+    std::error_code ec;
+    std::filesystem::remove_all(m_folder, ec);
+  }
+
+  camsim::CCameraModel& Camera() { return *m_camera; }
+
+private:
+  std::string m_folder;
+  std::shared_ptr<camsim::CCameraModel> m_camera;
+};
+
+struct SWire {
+  std::uint64_t m_Commands;
+  camsim::CCameraModel::Clock::duration m_Time;
+  static SWire Of(camsim::CCameraModel& camera) {
+    const auto stats = camera.Statistics();
+    return {stats.m_Commands, stats.m_WireTime};
+  }
+};
+
+void Report(benchmark::State& state, const char* what, double elapsed, double wire) {
+  const double ratio = elapsed / wire;
+  state.counters["elapsed_per_wire_time"] = ratio;
+  state.counters["limit"] = TimeLimit;
+  std::printf("%s: elapsed/wire time %.3f (limit %.2f) %s\n", what, ratio, TimeLimit,
+              ratio <= TimeLimit ? "ok" : "OVER");
+}
+
+void OpenCameraAt115200(benchmark::State& state) {
+  CRig rig;
+  double elapsed = 0, wire = 0;
+  for (auto _ : state) {
+    Vorla::CVorlaCLSerTl tl;
+    Vorla::DeviceInfoList list;
+    if (tl.EnumerateDevices(list) != 1) {
+      state.SkipWithError("no camera found");
+      return;
+    }
+    const SWire before = SWire::Of(rig.Camera());
+    const auto start = std::chrono::steady_clock::now();
+    Vorla::IVorlaDevice* device = tl.CreateDevice(list[0]);
+    device->Open(Vorla::Control);
+    elapsed += Seconds(std::chrono::steady_clock::now() - start).count();
+    wire += Seconds(SWire::Of(rig.Camera()).m_Time - before.m_Time).count();
+    state.PauseTiming();
+    device->Close();
+    tl.DestroyDevice(device);
+    state.ResumeTiming();
+  }
+  Report(state, "open with downloaded description at 115200", elapsed, wire);
+}
+
+void ReadFeaturesAt115200(benchmark::State& state) {
+  CRig rig;
+  Vorla::CVorlaCLSerTl tl;
+  Vorla::DeviceInfoList list;
+  if (tl.EnumerateDevices(list) != 1) {
+    state.SkipWithError("no camera found");
+    return;
+  }
+  Vorla::IVorlaDevice* device = tl.CreateDevice(list[0]);
+  device->Open(Vorla::Control);
+  GenApi::INodeMap* map = device->GetNodeMap();
+  auto* serial = dynamic_cast<GenApi::IString*>(map->GetNode("DeviceSerialNumber"));
+  auto* width = dynamic_cast<GenApi::IInteger*>(map->GetNode("WidthReg"));
+  serial->GetValue(); // fills the cache
+
+  const int reads = 200;
+  const SWire cachedBefore = SWire::Of(rig.Camera());
+  for (int i = 0; i < reads; ++i)
+    benchmark::DoNotOptimize(serial->GetValue());
+  const double cachedCommands =
+      double(SWire::Of(rig.Camera()).m_Commands - cachedBefore.m_Commands) / reads;
+
+  double elapsed = 0, wire = 0, commands = 0, count = 0;
+  for (auto _ : state) {
+    const SWire before = SWire::Of(rig.Camera());
+    const auto start = std::chrono::steady_clock::now();
+    benchmark::DoNotOptimize(width->GetValue(false, true));
+    elapsed += Seconds(std::chrono::steady_clock::now() - start).count();
+    const SWire after = SWire::Of(rig.Camera());
+    wire += Seconds(after.m_Time - before.m_Time).count();
+    commands += double(after.m_Commands - before.m_Commands);
+    count += 1;
+  }
+  state.counters["cached_commands_per_read"] = cachedCommands;
+  state.counters["uncached_commands_per_read"] = commands / count;
+  std::printf("cached feature read: %.2f serial commands per read (limit 0) %s\n", cachedCommands,
+              cachedCommands == 0 ? "ok" : "OVER");
+  std::printf("uncached 4-byte read: %.2f commands per read (limit 1) %s\n", commands / count,
+              commands / count <= 1.0 ? "ok" : "OVER");
+  Report(state, "uncached 4-byte read at 115200", elapsed, wire);
+  device->Close();
+  tl.DestroyDevice(device);
+}
+
+} // namespace
+
+BENCHMARK(OpenCameraAt115200)->Iterations(3)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(ReadFeaturesAt115200)->Iterations(50)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+BENCHMARK_MAIN();
