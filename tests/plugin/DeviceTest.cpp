@@ -5,6 +5,7 @@
 
 #include <CLProtocol/ClSerialTypes.h>
 #include <GenApi/GenApi.h>
+#include <camsim/CameraXml.h>
 
 #include <atomic>
 #include <vector>
@@ -387,4 +388,124 @@ TEST_F(Device, DestroyingTheTransportLayerEndsItsDevicesFirst) {
   m_tl.reset(); // closes the open device, then the port
   EXPECT_EQ(m_log.Count("Closed CLPort '" + rig::PortId(0) + "'"), 1u);
   EXPECT_EQ(probe.m_calls, 0);
+}
+
+namespace {
+
+// A description of its own for the camera: the simulator's with a marker feature, and texts that
+// add one more feature when merged.
+const std::string MarkedXml = [] {
+  std::string xml = camsim::CameraXml();
+  const std::string end = "</RegisterDescription>";
+  return xml.insert(xml.rfind(end), "<Integer Name=\"FromFile\"><Value>1</Value></Integer>\n");
+}();
+
+std::string Injected(const char* name) {
+  return std::string(
+             "<?xml version=\"1.0\"?><RegisterDescription ModelName=\"x\" VendorName=\"y\" "
+             "SchemaMajorVersion=\"1\" SchemaMinorVersion=\"1\" SchemaSubMinorVersion=\"0\" "
+             "MajorVersion=\"1\" MinorVersion=\"0\" SubMinorVersion=\"0\" "
+             "ProductGuid=\"1\" VersionGuid=\"2\" "
+             "xmlns=\"http://www.genicam.org/GenApi/Version_1_1\"><Integer Name=\"") +
+         name + "\"><Value>7</Value></Integer></RegisterDescription>";
+}
+
+// Descriptions and a bindings file in a temporary folder named by VORLA_XML_BINDINGS.
+class Creation : public Device {
+protected:
+  void SetUp() override {
+    Device::SetUp();
+    char pattern[] = "/tmp/vorla-xml-XXXXXX";
+    m_folder = ::mkdtemp(pattern);
+    ::setenv("VORLA_XML_BINDINGS", m_folder.c_str(), 1);
+    std::ofstream(m_folder + "/camera.xml") << MarkedXml;
+    std::ofstream(m_folder + "/merge.xml") << Injected("FromMerge");
+  }
+  void TearDown() override {
+    ::unsetenv("VORLA_XML_BINDINGS");
+    std::filesystem::remove_all(m_folder);
+    Device::TearDown();
+  }
+  void Bind(const std::string& binding) {
+    std::ofstream(m_folder + "/XmlFileBindings.xml")
+        << "<XmlFileBindings><Binding>" << binding << "</Binding></XmlFileBindings>";
+  }
+  static bool Has(IVorlaDevice* device, const char* node) {
+    return device->GetNodeMap()->GetNode(node) != nullptr;
+  }
+
+  std::string m_folder;
+};
+
+} // namespace
+
+TEST_F(Creation, DescriptionSourcesAndMergeFilesFollowTheBinding) {
+  const CDeviceInfo record = Enumerate().at(0);
+  const gcstring fullName = record.GetFullName();
+  struct SCase {
+    std::string m_binding;
+    gcstring_vector m_injected;
+    bool m_fromFile, m_fromMerge, m_fromCaller;
+  };
+  const std::string merge = "<MergeFile>merge.xml</MergeFile>";
+  for (const SCase& c : {
+           SCase{"<Download/>", {}, false, false, false},
+           // A download wins over nothing else named; the merge file comes on top.
+           SCase{"<Download/>" + merge, {}, false, true, false},
+           SCase{"<XmlFile>camera.xml</XmlFile>", {}, true, false, false},
+           // A file with a merge file is read and loaded with the one merged text.
+           SCase{"<XmlFile>camera.xml</XmlFile>" + merge, {}, true, true, false},
+           // The caller's text comes first; only the first text is merged.
+           SCase{"<XmlFile>camera.xml</XmlFile>" + merge,
+                 {Injected("FromCaller")},
+                 true,
+                 false,
+                 true},
+       }) {
+    SCOPED_TRACE(c.m_binding);
+    Bind(c.m_binding);
+    IVorlaDevice* device = m_tl->CreateDevice(record, c.m_injected);
+    EXPECT_EQ(Has(device, "FromFile"), c.m_fromFile);
+    EXPECT_EQ(Has(device, "FromMerge"), c.m_fromMerge);
+    EXPECT_EQ(Has(device, "FromCaller"), c.m_fromCaller);
+    EXPECT_TRUE(Has(device, "DeviceID"));
+    EXPECT_EQ(m_log.Count("Using XML from path '" + m_folder + "/camera.xml' for device '" +
+                          fullName + "'"),
+              c.m_fromFile ? 1u : 0u);
+    device->Open(Control); // frees the port for the next case
+    device->Close();
+    m_tl->DestroyDevice(device);
+    m_log.Clear();
+  }
+}
+
+TEST_F(Creation, MissingDescriptionsFailWithTheirReasonAndLeaveNothingBehind) {
+  const CDeviceInfo record = Enumerate().at(0);
+  const gcstring fullName = record.GetFullName();
+  const int references = m_tl->GetRefCount();
+
+  // Nothing to download and no file named.
+  camsim::SCameraOptions broken;
+  broken.m_Serial = "SN0";
+  broken.m_CorruptXmlFile = true;
+  camsim::CLoopbackBus::Instance().Attach(0, std::make_shared<camsim::CCameraModel>(broken));
+  Bind("<Download/>");
+  const std::string unknown =
+      "Device creation failed. Don't know what XML configuration file to use for the device " +
+      fullName;
+  EXPECT_EQ(CreationError([&] { m_tl->CreateDevice(record); }), unknown);
+  EXPECT_EQ(m_log.Count(unknown), 1u);
+  m_tl = std::make_unique<CVorlaCLSerTl>(); // the failed device's port stays connected
+
+  rig::Attach(0, "SN0");
+  Bind("<XmlFile>camera.xml</XmlFile><MergeFile>absent.xml</MergeFile>");
+  EXPECT_NE(CreationError([&] { m_tl->CreateDevice(record); }).find(m_folder + "/absent.xml"),
+            std::string::npos);
+  m_tl = std::make_unique<CVorlaCLSerTl>();
+
+  // A downloaded description that cannot be loaded is reported as a download error.
+  Bind("<Download/>");
+  const gcstring bad = CreationError([&] { m_tl->CreateDevice(record, {"<not xml"}); });
+  EXPECT_EQ(m_log.Count("Error downloading XML from device '" + fullName + "': " + bad), 1u);
+  EXPECT_EQ(m_tl->GetRefCount(), references);
 }
