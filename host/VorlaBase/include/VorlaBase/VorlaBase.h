@@ -2,6 +2,7 @@
 // Umbrella header of the host's base library.
 #include <VorlaBase/AccessModeSet.h>
 #include <VorlaBase/DeviceInfo.h>
+#include <VorlaBase/IEnumerationReporter.h>
 #include <VorlaBase/ITransportLayer.h>
 #include <VorlaBase/IVorlaDevice.h>
 #include <VorlaBase/InfoBase.h>
