@@ -40,6 +40,7 @@ expect "vorla-cl: No device contains the provided device info properties. The nu
 
 run 0 features
 expect_line "^\s+Width\s+Integer\s+RW\s+\d+$"
+expect_line "^Transport layer$"
 expect_line "^\s+AutoCloseTimeout\s+Integer\s+RW\s+0$"
 grep -q TLParamsLocked <<<"$out" && fail "invisible feature shown: $out"
 run 0 features TransportLayerControl --all

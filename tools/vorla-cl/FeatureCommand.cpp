@@ -21,8 +21,10 @@ std::string JoinSymbols(GenApi::IEnumeration& enumeration) {
 
 int CFeatureCommand::Features(const std::string& name, bool all) const {
   if (name.empty()) {
-    for (GenApi::INode* root : m_View.Roots())
-      PrintTree(*root, 0, all);
+    for (const auto& root : m_View.Roots()) {
+      std::printf("%s\n", root.first.c_str());
+      PrintFeatures(*root.second, 1, all);
+    }
     return ExitSuccess;
   }
   GenApi::INode& node = m_View.Require(name);
@@ -44,13 +46,18 @@ void CFeatureCommand::PrintTree(GenApi::INode& node, int depth, bool all) const 
     std::printf("%-36s %-12s %s  %s\n", label.c_str(), CNodeMapView::TypeName(type),
                 CNodeMapView::AccessName(node.GetAccessMode()),
                 CNodeMapView::ValueText(node).c_str());
-  if (auto* category = dynamic_cast<GenApi::ICategory*>(&node)) {
-    GenApi::FeatureList_t features;
-    category->GetFeatures(features);
-    for (GenApi::IValue* feature : features)
-      if (GenApi::INode* child = feature->GetNode())
-        PrintTree(*child, depth + 1, all);
-  }
+  PrintFeatures(node, depth + 1, all);
+}
+
+void CFeatureCommand::PrintFeatures(GenApi::INode& node, int depth, bool all) const {
+  auto* category = dynamic_cast<GenApi::ICategory*>(&node);
+  if (!category)
+    return;
+  GenApi::FeatureList_t features;
+  category->GetFeatures(features);
+  for (GenApi::IValue* feature : features)
+    if (GenApi::INode* child = feature->GetNode())
+      PrintTree(*child, depth, all);
 }
 
 void CFeatureCommand::PrintDetails(GenApi::INode& node) const {

@@ -24,6 +24,8 @@ public:
 
 private:
   void PrintTree(GenApi::INode& node, int depth, bool all) const;
+  //! The features of a category, one level deeper.
+  void PrintFeatures(GenApi::INode& node, int depth, bool all) const;
   void PrintDetails(GenApi::INode& node) const;
   void SetOne(const std::string& assignment) const;
 

@@ -23,12 +23,12 @@ GenApi::INode& CNodeMapView::Require(const std::string& name) const {
                    "No feature '" + name + "'" + CNameSuggester(FeatureNames()).DidYouMean(name));
 }
 
-std::vector<GenApi::INode*> CNodeMapView::Roots() const {
-  std::vector<GenApi::INode*> roots;
-  for (GenApi::INodeMap* map : {m_Camera, m_TransportLayer})
-    if (map)
-      if (GenApi::INode* root = map->GetNode("Root"))
-        roots.push_back(root);
+std::vector<std::pair<std::string, GenApi::INode*>> CNodeMapView::Roots() const {
+  std::vector<std::pair<std::string, GenApi::INode*>> roots;
+  if (GenApi::INode* root = m_Camera ? m_Camera->GetNode("Root") : nullptr)
+    roots.emplace_back("Camera", root);
+  if (GenApi::INode* root = m_TransportLayer ? m_TransportLayer->GetNode("Root") : nullptr)
+    roots.emplace_back("Transport layer", root);
   return roots;
 }
 
@@ -93,7 +93,7 @@ std::string CNodeMapView::ValueText(GenApi::INode& node) {
   try {
     if (type == GenApi::intfICommand)
       return value->ToString() == "0" ? "(done)" : "(running)";
-    return value->ToString(false, true);
+    return value->ToString();
   } catch (const GenICam::GenericException& e) {
     return std::string("<") + e.GetDescription() + ">";
   }

@@ -4,6 +4,7 @@
 #include <GenApi/GenApi.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace VorlaCl {
@@ -18,17 +19,18 @@ public:
   GenApi::INode* Find(const std::string& name) const;
   //! The node, or a CToolError that names the nearest existing features.
   GenApi::INode& Require(const std::string& name) const;
-  //! Root categories: the camera's, then the transport layer's.
-  std::vector<GenApi::INode*> Roots() const;
+  //! Root categories with a heading: the camera's, then the transport layer's.
+  std::vector<std::pair<std::string, GenApi::INode*>> Roots() const;
   //! Every feature name of both maps (enumeration entries and ports left out).
   std::vector<std::string> FeatureNames() const;
 
   static const char* TypeName(GenApi::EInterfaceType type);
   static const char* AccessName(GenApi::EAccessMode mode);
-  //! The value read from the device (not from the cache) when readable; otherwise empty.
-  //! Categories have none; a command shows whether it is done.
+  //! The value when readable (a read error in angle brackets), otherwise empty. Categories
+  //! have none; a command shows whether it is done.
   static std::string ValueText(GenApi::INode& node);
-  //! Reads the value from the device; throws a CToolError when it is not readable.
+  //! Reads the value from the device, never from the cache; throws a CToolError when it is
+  //! not readable.
   static std::string Read(GenApi::INode& node);
 
 private:

@@ -3,6 +3,8 @@
 #include "EnumerationExplainer.h"
 #include "ToolError.h"
 
+#include <cstdlib>
+
 namespace VorlaCl {
 
 CTransportLayerSet::CTransportLayerSet() {
@@ -22,9 +24,14 @@ CTransportLayerSet::~CTransportLayerSet() {
 }
 
 void CTransportLayerSet::RequireAny() const {
-  if (Empty())
-    throw CToolError(ExitFailure, "No transport layer found in '" +
-                                      Vorla::CTlFactory::GetInstance().GetPluginFolder() + "'.");
+  if (!Empty())
+    return;
+  const std::string folder = Vorla::CTlFactory::GetInstance().GetPluginFolder();
+  const char* only = std::getenv("VORLA_USE_TL");
+  if (only && *only)
+    throw CToolError(ExitFailure, "No transport layer of the device class '" + std::string(only) +
+                                      "' (VORLA_USE_TL) found in '" + folder + "'.");
+  throw CToolError(ExitFailure, "No transport layer found in '" + folder + "'.");
 }
 
 std::vector<CTransportLayerSet::SCamera> CTransportLayerSet::Enumerate() {
