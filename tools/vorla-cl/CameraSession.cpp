@@ -1,5 +1,6 @@
 #include "CameraSession.h"
 
+#include "DownloadProgressLine.h"
 #include "ToolError.h"
 
 #include <Base/GCException.h>
@@ -16,7 +17,7 @@ CCameraSession::CCameraSession(const CCameraSelector& selector) : m_Selector(sel
   }
   const std::vector<CTransportLayerSet::SCamera> cameras = m_Layers.Enumerate();
   if (cameras.empty())
-    throw CToolError(ExitFailure, m_Layers.ExplainNothingFound().front());
+    throw CToolError(ExitFailure, m_Layers.ExplainNothingFound());
   std::vector<Vorla::CDeviceInfo> records;
   for (const auto& camera : cameras)
     records.push_back(camera.Record);
@@ -58,6 +59,8 @@ std::string CCameraSession::Name() {
 Vorla::IVorlaDevice& CCameraSession::Device() {
   if (m_Device)
     return *m_Device;
+  // Creation downloads the camera's description unless a file is bound to it.
+  const CDownloadProgressLine progress(stderr);
   if (m_Selector.Kind() == CCameraSelector::Record) {
     Vorla::CDeviceInfo record = m_Tl->CreateDeviceInfo();
     for (const auto& property : m_Selector.RecordProperties())

@@ -5,6 +5,9 @@
 
 #include <boost/program_options.hpp>
 
+#include <algorithm>
+#include <cstdint>
+
 namespace VorlaCl {
 namespace po = boost::program_options;
 namespace {

@@ -21,10 +21,7 @@ int CListCommand::ListCameras(bool verbose) {
   layers.RequireAny();
   const std::vector<CTransportLayerSet::SCamera> cameras = layers.Enumerate();
   if (cameras.empty()) {
-    const std::vector<std::string> lines = layers.ExplainNothingFound();
-    for (size_t i = 1; i < lines.size(); ++i)
-      std::fprintf(stderr, "vorla-cl: %s\n", lines[i].c_str());
-    throw CToolError(ExitFailure, lines.front());
+    throw CToolError(ExitFailure, layers.ExplainNothingFound());
   }
   for (size_t i = 0; i < cameras.size(); ++i) {
     const Vorla::CDeviceInfo& record = cameras[i].Record;

@@ -45,15 +45,14 @@ std::vector<CTransportLayerSet::SCamera> CTransportLayerSet::Enumerate() {
   return cameras;
 }
 
-std::vector<std::string> CTransportLayerSet::ExplainNothingFound() const {
-  std::vector<std::string> lines;
+std::string CTransportLayerSet::ExplainNothingFound() const {
+  std::string why;
   for (Vorla::ITransportLayer* tl : m_Layers)
     if (const auto* reporter = dynamic_cast<const Vorla::IEnumerationReporter*>(tl))
-      lines.push_back(CEnumerationExplainer::Explain(reporter->GetLastEnumerationReport(),
-                                                     CEnumerationExplainer::InstalledFolders()));
-  if (lines.empty())
-    lines.push_back("No camera found.");
-  return lines;
+      why += (why.empty() ? "" : " ") +
+             CEnumerationExplainer::Explain(reporter->GetLastEnumerationReport(),
+                                            CEnumerationExplainer::InstalledFolders());
+  return why.empty() ? "No camera found." : why;
 }
 
 Vorla::ITransportLayer& CTransportLayerSet::ForClass(const std::string& deviceClass) const {

@@ -29,8 +29,8 @@ public:
 
   //! The cameras of all transport layers, in transport-layer then enumeration order.
   std::vector<SCamera> Enumerate();
-  //! Why the last Enumerate found nothing: one line per transport layer that reports it.
-  std::vector<std::string> ExplainNothingFound() const;
+  //! Why the last Enumerate found nothing, in the words of each transport layer's report.
+  std::string ExplainNothingFound() const;
 
   //! The transport layer of a device class; with an empty class the only one there is.
   //! Throws a CToolError when that is not unique.
