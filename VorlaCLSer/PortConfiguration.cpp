@@ -12,6 +12,9 @@
 #include <xercesc/util/PlatformUtils.hpp>
 #include <xercesc/util/XMLException.hpp>
 
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <mutex>
 #include <system_error>
@@ -69,6 +72,23 @@ gcstring CPortConfiguration::BuildPath() {
     folder = Platform::PathAppend(Platform::PathAppend(machineFolder, "Hexmar"), "CLBindings");
   }
   return Platform::PathAppend(folder, kFileName);
+}
+
+EConfigurationFileState CPortConfiguration::CheckFile(const gcstring& path, gcstring& problem) {
+  std::error_code ec;
+  if (!std::filesystem::exists(path, ec) && !ec)
+    return ConfigurationMissing;
+  if (std::filesystem::is_directory(path, ec)) {
+    problem = "it is a directory";
+    return ConfigurationUnreadable;
+  }
+  std::FILE* file = std::fopen(path.c_str(), "rb");
+  if (!file) {
+    problem = std::strerror(errno);
+    return ConfigurationUnreadable;
+  }
+  std::fclose(file);
+  return ConfigurationRead;
 }
 
 unsigned int CPortConfiguration::LoadPortConfiguration() {

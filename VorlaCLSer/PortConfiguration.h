@@ -2,6 +2,7 @@
 // The port configuration ("CL bindings") state of the transport layer: which serial ports are
 // enabled and what is attached to each, read from PortConfiguration_x64.xml.
 #include <Base/GCBase.h>
+#include <VorlaBase/IEnumerationReporter.h>
 
 #include <boost/thread/recursive_mutex.hpp>
 
@@ -49,6 +50,10 @@ public:
   //! current directory), or, when it is not set, the machine-wide configuration folder +
   //! "Hexmar/CLBindings"; then "PortConfiguration_x64.xml". Built anew on every call.
   static GenICam::gcstring BuildPath();
+  //! Whether the file at `path` is missing, unreadable (with the system's reason in `problem`)
+  //! or readable, for the enumeration report; a missing or unreadable file reads as empty.
+  static EConfigurationFileState CheckFile(const GenICam::gcstring& path,
+                                           GenICam::gcstring& problem);
 
 private:
   boost::recursive_mutex& m_lock; // the transport layer's lock, owned by the transport layer

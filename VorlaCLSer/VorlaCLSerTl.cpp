@@ -49,22 +49,42 @@ unsigned int CVorlaCLSerTl::LoadPortConfiguration() {
   return m_portConfiguration.LoadPortConfiguration();
 }
 
+SEnumerationReport CVorlaCLSerTl::GetLastEnumerationReport() const {
+  boost::recursive_mutex::scoped_lock guard(m_lock);
+  return m_lastEnumeration;
+}
+
 int CVorlaCLSerTl::InternalEnumerateDevices(DeviceInfoList& list) {
   int count = 0;
+  SEnumerationReport report;
+  report.Enumerated = true;
+  // Published on every way out, so that a caller can explain an empty result.
+  const auto publish = [&] {
+    report.DevicesFound = static_cast<uint32_t>(count);
+    boost::recursive_mutex::scoped_lock guard(m_lock);
+    m_lastEnumeration = report;
+  };
   try {
+    report.ConfigurationPath = CPortConfiguration::BuildPath();
     LoadPortConfiguration();
+    report.ConfigurationState =
+        CPortConfiguration::CheckFile(report.ConfigurationPath, report.ConfigurationProblem);
     const PortConfigurationTable table = m_portConfiguration.GetTable();
     gcstring_vector enabledIds;
     for (const SPortConfigurationEntry& entry : table)
       if (entry.Enabled)
         enabledIds.push_back(entry.ID);
+    report.PortsConfigured = enabledIds;
 
     gcstring_vector portIds;
     CLProtocol::CCLPort::GetPortIDs(portIds);
+    report.PortsFound = portIds;
     vxlog::LogTrace(TlLog(), vxlog::Progress, "GetPortIDs() found %u ports.",
                     static_cast<unsigned>(portIds.size()));
-    if (portIds.empty())
+    if (portIds.empty()) {
+      publish();
       return 0;
+    }
     for (const gcstring& id : portIds)
       vxlog::LogTrace(TlLog(), vxlog::Progress, "Found available PortID '%s'", id.c_str());
 
@@ -81,9 +101,10 @@ int CVorlaCLSerTl::InternalEnumerateDevices(DeviceInfoList& list) {
                       "Enumeration will return 0 devices.");
     for (const gcstring& id : usable)
       vxlog::LogTrace(TlLog(), vxlog::Progress, "Valid usable PortID '%s'", id.c_str());
+    report.PortsEnabled = usable;
 
     gcstring_vector slots;
-    ProbePorts(usable, slots);
+    ProbePorts(usable, slots, &report);
     for (size_t i = 0; i < slots.size(); ++i) {
       if (slots[i].empty())
         continue;
@@ -99,13 +120,24 @@ int CVorlaCLSerTl::InternalEnumerateDevices(DeviceInfoList& list) {
   } catch (const GenICam::GenericException& e) {
     vxlog::LogTrace(TlLog(), vxlog::Error, "Exception in %s while enumerating devices. '%s'",
                     "Vorla::CVorlaCLSerTl::InternalEnumerateDevices", e.GetDescription());
+    report.Failure = e.GetDescription();
+    // Only reading the configuration comes before its state is known.
+    if (report.ConfigurationState == ConfigurationNotLookedAt &&
+        !report.ConfigurationPath.empty()) {
+      report.ConfigurationState = ConfigurationUnreadable;
+      report.ConfigurationProblem = report.Failure;
+    }
   }
+  publish();
   return count;
 }
 
-void CVorlaCLSerTl::ProbePorts(const gcstring_vector& usablePorts, gcstring_vector& deviceIds) {
+void CVorlaCLSerTl::ProbePorts(const gcstring_vector& usablePorts, gcstring_vector& deviceIds,
+                               SEnumerationReport* report) {
   if (usablePorts.empty())
     return;
+  if (report)
+    report->DriversLookedFor = true;
   gcstring_vector templates;
   CLProtocol::CCLPort::GetDeviceIDTemplates(templates);
   for (const gcstring& t : templates)
@@ -118,6 +150,8 @@ void CVorlaCLSerTl::ProbePorts(const gcstring_vector& usablePorts, gcstring_vect
       vxlog::LogTrace(TlLog(), vxlog::Progress, "Usable DeviceIDTemplate: '%s' ", t.c_str());
     }
   }
+  if (report)
+    report->DriversUsable = kept;
   if (kept.empty()) {
     vxlog::LogTrace(TlLog(), vxlog::Progress, "No usable usable DeviceIDTemplates found!");
     return;
@@ -133,9 +167,12 @@ void CVorlaCLSerTl::ProbePorts(const gcstring_vector& usablePorts, gcstring_vect
       slots[i] = answer;
     }
   }
-  for (size_t i = 0; i < slots.size(); ++i)
+  for (size_t i = 0; i < slots.size(); ++i) {
     vxlog::LogTrace(TlLog(), vxlog::Progress, "Probed '%s' found '%s' ", usablePorts[i].c_str(),
                     slots[i].c_str());
+    if (report && slots[i].empty())
+      report->PortsSilent.push_back(usablePorts[i]);
+  }
   deviceIds = slots;
 }
 

@@ -2,6 +2,7 @@
 #include "PortConfiguration.h"
 #include "VorlaCLSerTlDeviceInfoImpl.h"
 
+#include <VorlaBase/IEnumerationReporter.h>
 #include <vorla/VorlaCLSerDeviceInfo.h>
 #include <vorla/private/TransportLayerPrivateImpl.h>
 
@@ -18,7 +19,9 @@ class CVorlaCLSerPort;
 CTlInfo& GetCLSerTlInfo();
 
 //! The one transport layer of the Camera Link serial plug-in.
-class CVorlaCLSerTl : public CTransportLayerBase<ITransportLayer>, public IXmlFileProvider {
+class CVorlaCLSerTl : public CTransportLayerBase<ITransportLayer>,
+                      public IXmlFileProvider,
+                      public IEnumerationReporter {
 public:
   CVorlaCLSerTl();
   ~CVorlaCLSerTl() override;
@@ -40,9 +43,13 @@ public:
   bool IsXMLFileAvailable(const CDeviceInfo& info) override;
   void ProvideXMLFile(const CDeviceInfo& info, gcstring& fileName, gcstring& xml) override;
 
+  // IEnumerationReporter
+  SEnumerationReport GetLastEnumerationReport() const override;
+
   //! The enumeration steps, in the order InternalEnumerateDevices runs them.
   unsigned int LoadPortConfiguration();
-  void ProbePorts(const gcstring_vector& usablePorts, gcstring_vector& deviceIds);
+  void ProbePorts(const gcstring_vector& usablePorts, gcstring_vector& deviceIds,
+                  SEnumerationReport* report = nullptr);
   static const SPortConfigurationEntry* FindPortEntry(const gcstring& portId,
                                                       const gcstring& deviceId,
                                                       const PortConfigurationTable& table);
@@ -54,10 +61,12 @@ public:
 
 private:
   // Guards the port cache and the port configuration state. Owned by the transport layer;
-  // probing and parsing run outside it.
-  boost::recursive_mutex m_lock;
+  // probing and parsing run outside it. Mutable: the report getter is const.
+  mutable boost::recursive_mutex m_lock;
   std::map<gcstring, std::unique_ptr<CVorlaCLSerPort>> m_ports;
   CPortConfiguration m_portConfiguration{m_lock};
+  // What the last enumeration to finish saw; replaced whole under m_lock.
+  SEnumerationReport m_lastEnumeration;
 };
 
 } // namespace Vorla

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Sets up, builds and runs the main job: a simulated Camera Link camera on a pseudo-terminal,
-# a port configuration that enables that port, and `vorla-cl list` finding the camera.
+# a port configuration that enables that port, `vorla-cl list` finding the camera, then the
+# camera opened: its info, a feature set and read back, and its description saved.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 ./scripts/setup.sh
@@ -23,3 +24,10 @@ echo "== transport layers"
 "$bin/vorla-cl" tls
 echo "== cameras"
 "$bin/vorla-cl" list -v
+echo "== the camera, opened"
+"$bin/vorla-cl" -c HX0001 info
+echo "== a feature set and read back"
+"$bin/vorla-cl" -c HX0001 set Width=640
+"$bin/vorla-cl" -c HX0001 get Width
+echo "== the camera's description"
+"$bin/vorla-cl" -c HX0001 xml -o "$PWD/build/default/HX0001.xml"

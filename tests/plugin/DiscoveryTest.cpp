@@ -33,12 +33,12 @@ SPortConfigurationEntry Entry(const char* id, const char* manufacturer, const ch
 TEST_F(Discovery, FindsTheCamerasOfEnabledPortsInPortOrder) {
   rig::Attach(0, "SN0", "HX1300");
   rig::Attach(1, "SN1", "HX2000");
-  m_bindings.Write(
-      CBindingsFolder::Port(rig::PortId(1), "<Manufacturer>Hexmar</Manufacturer>"
-                                            "<DeviceSpecificString>Sapera 1</DeviceSpecificString>"
-                                            "<BaudRate>Baud115200</BaudRate>") +
-      CBindingsFolder::Port(rig::PortId(0), "<Manufacturer>Hexmar</Manufacturer>") +
-      CBindingsFolder::Port(rig::PortId(2)));
+  m_bindings.Write(CBindingsFolder::Port(rig::PortId(1),
+                                         "<Manufacturer>Hexmar</Manufacturer>"
+                                         "<DeviceSpecificString>Sapera 1</DeviceSpecificString>"
+                                         "<BaudRate>Baud115200</BaudRate>") +
+                   CBindingsFolder::Port(rig::PortId(0), "<Manufacturer>Hexmar</Manufacturer>") +
+                   CBindingsFolder::Port(rig::PortId(2)));
   CVorlaCLSerTl tl;
   DeviceInfoList list;
   ASSERT_EQ(tl.EnumerateDevices(list), 2);
@@ -155,20 +155,19 @@ TEST_F(Discovery, FilterKeepsMatchingCamerasOnce) {
 TEST(DiscoveryRules, BestEntryScoresManufacturerFamilyAndModel) {
   const gcstring deviceId = "/opt/cl#libX.so#Hexmar#Fam#Mod#v1#SN";
   const PortConfigurationTable table{
-      Entry("P#1", "Hexmar", "Other", "Mod"),       // score 1: family differs, model ignored
-      Entry("P#1", "Hexmar", "Fam", "Mod", false),  // disabled
-      Entry("P#1", "Hexmar", "Fam", "Other"),       // score 2
-      Entry("p#1", "Hexmar", "Fam", "Mod"),         // other port (case matters)
-      Entry("P#1", "Hexmar", "Fam", "Mod"),         // score 3
-      Entry("P#1", "Hexmar", "Fam", "Mod"),         // tie: the earlier one stays
-      Entry("P#1", "Someone", "Fam", "Mod"),        // no candidate
+      Entry("P#1", "Hexmar", "Other", "Mod"),      // score 1: family differs, model ignored
+      Entry("P#1", "Hexmar", "Fam", "Mod", false), // disabled
+      Entry("P#1", "Hexmar", "Fam", "Other"),      // score 2
+      Entry("p#1", "Hexmar", "Fam", "Mod"),        // other port (case matters)
+      Entry("P#1", "Hexmar", "Fam", "Mod"),        // score 3
+      Entry("P#1", "Hexmar", "Fam", "Mod"),        // tie: the earlier one stays
+      Entry("P#1", "Someone", "Fam", "Mod"),       // no candidate
   };
   EXPECT_EQ(CVorlaCLSerTl::FindPortEntry("P#1", deviceId, table), &table[4]);
   const PortConfigurationTable partial{table[0], table[2]};
   EXPECT_EQ(CVorlaCLSerTl::FindPortEntry("P#1", deviceId, partial), &partial[1]);
   EXPECT_EQ(CVorlaCLSerTl::FindPortEntry("P#2", deviceId, table), nullptr);
-  EXPECT_EQ(CVorlaCLSerTl::FindPortEntry("P#1", "/opt/cl#libX.so#Someone#Fam", table),
-            &table[6]);
+  EXPECT_EQ(CVorlaCLSerTl::FindPortEntry("P#1", "/opt/cl#libX.so#Someone#Fam", table), &table[6]);
 }
 
 TEST(DiscoveryRules, RecordsOfUnparsableDeviceIdsStillCarryPortAndDeviceId) {
@@ -184,4 +183,47 @@ TEST(DiscoveryRules, RecordsOfUnparsableDeviceIdsStillCarryPortAndDeviceId) {
   const PortConfigurationTable table{Entry("P#1", "Hexmar", "Fam", "Mod")};
   EXPECT_EQ(CVorlaCLSerTl::FindPortEntry("P#1", "garbage", table), nullptr);
   EXPECT_EQ(log.Count("Could not parse DeviceID 'garbage', skipping!"), 1u);
+}
+
+// The report is what tools explain an empty result with; each step must land in its field.
+TEST_F(Discovery, TheEnumerationReportSaysWhatEachStepSaw) {
+  CVorlaCLSerTl tl;
+  const auto* reporter =
+      dynamic_cast<const IEnumerationReporter*>(static_cast<ITransportLayer*>(&tl));
+  ASSERT_NE(reporter, nullptr);
+  EXPECT_FALSE(reporter->GetLastEnumerationReport().Enumerated);
+
+  DeviceInfoList list;
+  tl.EnumerateDevices(list);
+  SEnumerationReport report = reporter->GetLastEnumerationReport();
+  EXPECT_TRUE(report.Enumerated);
+  EXPECT_EQ(report.ConfigurationPath, m_bindings.File());
+  EXPECT_EQ(report.ConfigurationState, ConfigurationMissing);
+  EXPECT_EQ(report.PortsFound.size(), 3u);
+  EXPECT_TRUE(report.PortsEnabled.empty());
+  EXPECT_FALSE(report.DriversLookedFor);
+
+  rig::Attach(0, "SN0");
+  m_bindings.Write(CBindingsFolder::Port(rig::PortId(0)) + CBindingsFolder::Port(rig::PortId(2)) +
+                   CBindingsFolder::Port("Nowhere#1") +
+                   CBindingsFolder::Port(rig::PortId(1), "", "no"));
+  ASSERT_EQ(tl.EnumerateDevices(list), 1);
+  report = reporter->GetLastEnumerationReport();
+  EXPECT_EQ(report.ConfigurationState, ConfigurationRead);
+  EXPECT_EQ(report.PortsConfigured, (gcstring_vector{rig::PortId(0), rig::PortId(2), "Nowhere#1"}));
+  EXPECT_EQ(report.PortsEnabled, (gcstring_vector{rig::PortId(0), rig::PortId(2)}));
+  EXPECT_TRUE(report.DriversLookedFor);
+  EXPECT_FALSE(report.DriversUsable.empty());
+  EXPECT_EQ(report.PortsSilent, gcstring_vector{rig::PortId(2)});
+  EXPECT_EQ(report.DevicesFound, 1u);
+  EXPECT_TRUE(report.Failure.empty());
+
+  std::ofstream(m_bindings.File()) << "<CLBindings><Port>";
+  m_bindings.Touch(5);
+  EXPECT_EQ(tl.EnumerateDevices(list), 0);
+  report = reporter->GetLastEnumerationReport();
+  EXPECT_EQ(report.ConfigurationState, ConfigurationUnreadable);
+  EXPECT_NE(report.ConfigurationProblem.find(m_bindings.File()), std::string::npos);
+  EXPECT_EQ(report.Failure, report.ConfigurationProblem);
+  EXPECT_TRUE(report.PortsFound.empty());
 }

@@ -1,6 +1,7 @@
 #include "LoopbackRig.h"
 #include "VorlaCLSerTl.h"
 
+#include <CLProtocol/IXMLDownloadObserver.h>
 #include <camsim/CameraXml.h>
 
 using namespace Vorla;
@@ -72,4 +73,35 @@ TEST_F(Provider, APortErrorMakesTheDescriptionUnavailable) {
     EXPECT_EQ(text.rfind("Could not get XML for device '" + info.GetFriendlyName() + "' (", 0), 0u)
         << text;
   }
+}
+
+// Tools draw download progress from the observer of their thread, whoever runs the download.
+TEST_F(Provider, TheThreadsDownloadObserverSeesTheBytesArriveAndTheSizeAtTheEnd) {
+  struct CRecorder : CLProtocol::IXMLDownloadObserver {
+    void OnXMLDownloadProgress(uint64_t lineBytes) override {
+      increasing = increasing && lineBytes > last;
+      last = lineBytes;
+      ++calls;
+    }
+    void OnXMLDownloadEnd(uint64_t lineBytes, uint64_t size) override {
+      ends.emplace_back(lineBytes, size);
+    }
+    uint64_t last = 0;
+    size_t calls = 0;
+    bool increasing = true;
+    std::vector<std::pair<uint64_t, uint64_t>> ends;
+  } recorder;
+  rig::Attach(0, "SN0");
+  const CDeviceInfo info = Found();
+  CLProtocol::IXMLDownloadObserver* before = CLProtocol::SetXMLDownloadObserver(&recorder);
+  EXPECT_TRUE(m_tl.GetXmlFileProvider()->IsXMLFileAvailable(info));
+  EXPECT_EQ(CLProtocol::SetXMLDownloadObserver(before), &recorder);
+
+  const uint64_t size = camsim::CameraXml().size();
+  EXPECT_GT(recorder.calls, 10u);
+  EXPECT_TRUE(recorder.increasing);
+  ASSERT_EQ(recorder.ends.size(), 1u);
+  EXPECT_EQ(recorder.ends[0].first, recorder.last);
+  EXPECT_EQ(recorder.ends[0].second, size);
+  EXPECT_GT(recorder.last, size); // the line carries the protocol's framing too
 }

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# vorla-cl list against a simulated camera on a pseudo-terminal, and its explanations when
-# nothing is found. Usage: vorla_cl_list.sh <bin folder>
+# vorla-cl usage, tls and list against simulated cameras on pseudo-terminals, and the
+# explanations when nothing is found. Usage: vorla_cl_list.sh <bin folder>
 set -euo pipefail
 bin=$1
 work=$(mktemp -d)
@@ -11,25 +11,59 @@ port="TTY#${pty#/dev/}"
 export CLSERTTY_PORTS=$pty XDG_CONFIG_DIRS=$work/none
 unset VORLA_CL_BINDINGS
 
+passed=0
 fail() { echo "FAILED: $*"; exit 1; }
+# run STATUS ARGS...: runs vorla-cl, expects the exit status, keeps stdout and stderr in $out.
+run() {
+  local want=$1 status=0
+  shift
+  out=$("$bin/vorla-cl" "$@" 2>&1) || status=$?
+  [ "$status" -eq "$want" ] || fail "vorla-cl $* exited $status, not $want: $out"
+}
+expect() { grep -qF -- "$1" <<<"$out" || fail "no '$1' in: $out"; passed=$((passed + 1)); }
 
-out=$("$bin/vorla-cl" list || true)
-grep -qF "No port configuration file at '$work/none/Hexmar/CLBindings/PortConfiguration_x64.xml'" <<<"$out" ||
-  fail "missing configuration not explained: $out"
-grep -qF "port found: $port" <<<"$out" || fail "found ports not listed: $out"
+run 2 lsit
+expect "vorla-cl: unknown command 'lsit'; did you mean list?"
+run 2 list --all
+expect "list: unrecognised option '--all'"
+run 2
+run 0 --help
+expect "exit status: 0 success, 1 failure"
+run 0 tls
+expect $'HexmarCameraLink\tCamera Link/HexmarCameraLink'
 
-cat >"$work/PortConfiguration_x64.xml" <<XML
-<Bindings><Port><ID>$port</ID><Enabled>no</Enabled></Port></Bindings>
-XML
+run 1 list
+expect "vorla-cl: No port configuration file at '$work/none/Hexmar/CLBindings/PortConfiguration_x64.xml'"
+expect "ports found: $port."
+
+cfg=$work/PortConfiguration_x64.xml
+echo "<Bindings><Port><ID>$port</ID><Enabled>no</Enabled></Port></Bindings>" >"$cfg"
 export VORLA_CL_BINDINGS=$work
-out=$("$bin/vorla-cl" list || true)
-grep -qF "None of the ports found is enabled in '$work/PortConfiguration_x64.xml'." <<<"$out" ||
-  fail "disabled port not explained: $out"
+run 1 list
+expect "vorla-cl: None of the ports found ($port) is enabled in '$cfg'."
 
-sed -i 's|<Enabled>no|<Enabled>yes|' "$work/PortConfiguration_x64.xml"
-touch -d '+2 seconds' "$work/PortConfiguration_x64.xml"
-out=$("$bin/vorla-cl" list -v)
-grep -qP "^Hexmar HX2000 on \Q$port\E\tport \Q$port\E\tmodel HX2000\tserial SN42$" <<<"$out" ||
+echo "<Bindings><Port><ID>$port" >"$cfg"
+touch -d '+2 seconds' "$cfg"
+run 1 list
+expect "vorla-cl: The port configuration '$cfg' could not be read: Failed to parse XML file"
+
+echo "<Bindings><Port><ID>$port</ID><Enabled>yes</Enabled></Port></Bindings>" >"$cfg"
+touch -d '+4 seconds' "$cfg"
+run 0 list -v
+grep -qP "^0\tHexmar HX2000 on \Q$port\E\tport \Q$port\E\tmodel HX2000\tserial SN42$" <<<"$out" ||
   fail "camera not listed: $out"
 grep -qP "^\s+DeviceClass\s+HexmarCameraLink$" <<<"$out" || fail "no record with -v: $out"
-echo "vorla-cl list: 4 passed, 0 failed"
+passed=$((passed + 2))
+
+# A camera that never answers.
+mkfifo "$work/mute"
+exec 4<>"$work/mute"
+"$bin/vorla-camsim" --drop-every 1 --ignore-stdin >&4 &
+mute_pid=$!
+trap 'kill "$CAMSIM_PID" "$mute_pid" 2>/dev/null || true; wait 2>/dev/null || true; rm -rf "$work"' EXIT
+read -r -t 10 mute <&4
+echo "<Bindings><Port><ID>TTY#${mute#/dev/}</ID><Enabled>yes</Enabled></Port></Bindings>" >"$cfg"
+touch -d '+6 seconds' "$cfg"
+CLSERTTY_PORTS=$mute run 1 list
+expect "vorla-cl: No camera answered on the enabled ports: TTY#${mute#/dev/}."
+echo "vorla-cl list: $passed passed, 0 failed"

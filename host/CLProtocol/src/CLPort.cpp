@@ -1,4 +1,5 @@
 #include <CLProtocol/CLPort.h>
+#include <CLProtocol/IXMLDownloadObserver.h>
 
 #include "ErrorText.h"
 #include "ModuleRegistry.h"
@@ -103,6 +104,36 @@ void Resolve(const GenICam::gcstring& portID, const GenICam::gcstring& deviceID,
   if (!CModuleRegistry::Instance().FindPort(portID, port))
     throw CLERR_EXCEPTION("Unknown serial port '%s'", portID.c_str())
         .SetCLErrorCode(CL_ERR_INVALID_INDEX);
+}
+
+// The download observer of each thread; see SetXMLDownloadObserver.
+thread_local IXMLDownloadObserver* t_xmlDownloadObserver = nullptr;
+
+// Runs `download` telling the thread's observer, if any, of every read and of the end.
+template <class Download>
+void ObserveDownload(CSerialPort& serial, const GenICam::gcstring& xml, Download&& download) {
+  IXMLDownloadObserver* observer = t_xmlDownloadObserver;
+  if (!observer)
+    return download();
+  uint64_t lineBytes = 0;
+  serial.SetReadListener([&](CLUINT32 bytes) {
+    lineBytes += bytes;
+    observer->OnXMLDownloadProgress(lineBytes);
+  });
+  const auto end = [&](uint64_t size) {
+    serial.SetReadListener({});
+    try {
+      observer->OnXMLDownloadEnd(lineBytes, size);
+    } catch (...) {
+    }
+  };
+  try {
+    download();
+  } catch (...) {
+    end(0);
+    throw;
+  }
+  end(xml.size());
 }
 
 } // namespace
@@ -282,8 +313,18 @@ CLUINT32 CCLPort::GetDeviceBauderate() {
   return bit;
 }
 
+IXMLDownloadObserver* SetXMLDownloadObserver(IXMLDownloadObserver* observer) {
+  IXMLDownloadObserver* previous = t_xmlDownloadObserver;
+  t_xmlDownloadObserver = observer;
+  return previous;
+}
+
 void CCLPort::GetXML(GenICam::gcstring& xml, bool useMaxBaudrate) {
   CheckConnected();
+  ObserveDownload(*m_serial, xml, [&] { DownloadXML(xml, useMaxBaudrate); });
+}
+
+void CCLPort::DownloadXML(GenICam::gcstring& xml, bool useMaxBaudrate) {
   xml.clear();
   std::vector<std::string> ids;
   CLINT32 status = m_driver->GetXMLIDs(m_serial.get(), m_cookie, ids, m_timeoutMs);

@@ -18,7 +18,14 @@ CSerialPort::~CSerialPort() {
 CLINT32 CSerialPort::clSerialRead(CLINT8* buffer, CLUINT32* bufferSize, CLUINT32 serialTimeout) {
   if (m_status != CL_ERR_NO_ERR)
     return CL_ERR_INVALID_REFERENCE;
-  return m_library.Read(m_ref, buffer, bufferSize, serialTimeout);
+  const CLINT32 status = m_library.Read(m_ref, buffer, bufferSize, serialTimeout);
+  if (m_readListener && bufferSize && *bufferSize != 0) {
+    try {
+      m_readListener(*bufferSize);
+    } catch (...) { // a listener's failure must not reach the driver
+    }
+  }
+  return status;
 }
 
 CLINT32 CSerialPort::clSerialWrite(CLINT8* buffer, CLUINT32* bufferSize, CLUINT32 serialTimeout) {

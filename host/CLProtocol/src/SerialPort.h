@@ -1,6 +1,8 @@
 #pragma once
 #include <CLProtocol/ISerial.h>
 
+#include <functional>
+
 namespace CLProtocol {
 
 class CSerialLibrary;
@@ -16,6 +18,11 @@ public:
   CSerialPort& operator=(const CSerialPort&) = delete;
 
   CLINT32 Status() const { return m_status; }
+  //! Called with the size of every successful read until replaced by an empty function; used
+  //! by the owner of the port, on the thread that reads.
+  void SetReadListener(std::function<void(CLUINT32)> listener) {
+    m_readListener = std::move(listener);
+  }
   const CSerialLibrary& Library() const { return m_library; }
 
   CLINT32 CLPROTOCOL clSerialRead(CLINT8* buffer, CLUINT32* bufferSize,
@@ -30,6 +37,7 @@ private:
   const CSerialLibrary& m_library;
   hSerRef m_ref = nullptr;
   CLINT32 m_status;
+  std::function<void(CLUINT32)> m_readListener;
 };
 
 } // namespace CLProtocol

@@ -6,6 +6,7 @@
 #include <CLProtocol/CLProtocolDef.h>
 #include <CLProtocol/ClSerialTypes.h>
 #include <CLProtocol/DeviceID.h>
+#include <CLProtocol/IXMLDownloadObserver.h>
 #include <GenApi/IPort.h>
 
 #include <memory>
@@ -55,7 +56,8 @@ public:
 
   //! The camera's best description (highest schema, most specific template, newest version),
   //! empty when it has none. With `useMaxBaudrate` the line runs at the fastest rate of camera
-  //! and port during the download and returns to its rate afterwards.
+  //! and port during the download and returns to its rate afterwards. The calling thread's
+  //! IXMLDownloadObserver, if any, learns the progress.
   void GetXML(GenICam::gcstring& xml, bool useMaxBaudrate = true);
 
   //! Baud-rate bits that camera and port both support. Returns a Camera Link status, never
@@ -71,6 +73,7 @@ public:
 
 private:
   void CheckConnected() const;
+  void DownloadXML(GenICam::gcstring& xml, bool useMaxBaudrate);
 
   std::unique_ptr<CSerialPort> m_serial;
   CProtocolDriver* m_driver = nullptr; // kept by the module registry for the whole process

@@ -3,6 +3,7 @@
 #include <VorlaBase/AccessModeSet.h>
 #include <VorlaBase/ConfigFileRegistry.h>
 #include <VorlaBase/DeviceInfo.h>
+#include <VorlaBase/IEnumerationReporter.h>
 #include <VorlaBase/ITransportLayer.h>
 #include <VorlaBase/IVorlaDevice.h>
 #include <VorlaBase/InfoBase.h>

@@ -1,0 +1,86 @@
+#!/usr/bin/env bash
+# vorla-cl's camera commands against a simulated camera on a pseudo-terminal: selection, info,
+# features, get, set, xml, and watch reporting the camera's removal.
+# Usage: vorla_cl_camera.sh <bin folder>
+set -euo pipefail
+bin=$1
+work=$(mktemp -d)
+coproc CAMSIM { exec "$bin/vorla-camsim" --serial SN42 --model HX2000 --ignore-stdin; }
+trap 'kill "$CAMSIM_PID" 2>/dev/null || true; wait 2>/dev/null || true; rm -rf "$work"' EXIT
+read -r -t 10 pty <&"${CAMSIM[0]}"
+port="TTY#${pty#/dev/}"
+echo "<Bindings><Port><ID>$port</ID><Enabled>yes</Enabled></Port></Bindings>" \
+  >"$work/PortConfiguration_x64.xml"
+export CLSERTTY_PORTS=$pty VORLA_CL_BINDINGS=$work XDG_CONFIG_DIRS=$work/none
+
+passed=0
+fail() { echo "FAILED: $*"; exit 1; }
+run() {
+  local want=$1 status=0
+  shift
+  out=$("$bin/vorla-cl" "$@" 2>&1) || status=$?
+  [ "$status" -eq "$want" ] || fail "vorla-cl $* exited $status, not $want: $out"
+}
+expect() { grep -qF -- "$1" <<<"$out" || fail "no '$1' in: $out"; passed=$((passed + 1)); }
+expect_line() { grep -qP -- "$1" <<<"$out" || fail "no line like '$1' in: $out"; passed=$((passed + 1)); }
+
+# Every way of naming the camera reaches it; the lookup's refusals come through as it words them.
+for camera in 0 SN42 "Hexmar HX2000 on $port" "PortID=$port"; do
+  run 0 -c "$camera" info
+  expect_line "^DeviceSerialNumber\s+SN42$"
+done
+run 0 --first info
+expect_line "^Port\s+\Q$port\E$"
+run 1 -c SN43 info
+expect "vorla-cl: No camera is named 'SN43'"
+run 1 -c DeviceClass=OtherCameraLink info
+expect "vorla-cl: The device class OtherCameraLink is not supported by this transport layer. This transport layer supports HexmarCameraLink."
+run 1 -c ModelName=HX9 info
+expect "vorla-cl: No device contains the provided device info properties. The number of possible devices is 1."
+
+run 0 features
+expect_line "^\s+Width\s+Integer\s+RW\s+\d+$"
+expect_line "^Transport layer$"
+expect_line "^\s+AutoCloseTimeout\s+Integer\s+RW\s+0$"
+grep -q TLParamsLocked <<<"$out" && fail "invisible feature shown: $out"
+run 0 features TransportLayerControl --all
+expect_line "^\s+TLParamsLocked\s+Integer"
+run 0 features PixelFormat
+expect_line "^\s+entries\s+Mono8, Mono10"
+
+run 0 set Width=64 PixelFormat=Mono16 DeviceUserID=cam1 TriggerSoftware AutoCloseTimeout=5000
+expect "Width = 64"
+expect "PixelFormat = Mono16"
+expect "TriggerSoftware executed"
+run 0 get Width PixelFormat DeviceUserID
+expect $'Width = 64\nPixelFormat = Mono16\nDeviceUserID = cam1'
+run 1 get Widht
+expect "vorla-cl: No feature 'Widht'; did you mean Width?"
+run 1 set PixelFormat=Mono9
+expect "vorla-cl: 'PixelFormat' has no entry 'Mono9'; did you mean Mono8?"
+run 1 set PayloadSize=5
+expect "vorla-cl: 'PayloadSize' is not writable (access mode RO)"
+run 1 set Width=abc
+expect "vorla-cl: Cannot set 'Width' to 'abc'"
+
+run 0 xml -o "$work/camera.xml"
+expect "Saved the description of 'Hexmar HX2000 on $port'"
+grep -q "<RegisterDescription" "$work/camera.xml" || fail "no description saved"
+run 1 xml -o "$work/no/such/folder/camera.xml"
+expect "vorla-cl: Cannot write '$work/no/such/folder/camera.xml'"
+
+# watch reads until the simulator goes away, then reports the removal.
+mkfifo "$work/watch"
+exec 5<>"$work/watch"
+timeout 20 "$bin/vorla-cl" watch DeviceTemperature --interval 100 >&5 2>&5 &
+watch_pid=$!
+read -r -t 10 line <&5 && read -r -t 10 line <&5 || fail "watch printed nothing"
+[[ $line == *"DeviceTemperature = "* ]] || fail "watch read nothing: $line"
+kill "$CAMSIM_PID"
+status=0
+wait "$watch_pid" || status=$?
+out=
+while read -r -t 1 line <&5; do out+=$line$'\n'; done
+[ "$status" -eq 1 ] || fail "watch exited $status: $out"
+expect "vorla-cl: Camera 'Hexmar HX2000 on $port' was removed."
+echo "vorla-cl camera commands: $passed passed, 0 failed"
