@@ -1,5 +1,6 @@
 #pragma once
 #include "PortConfiguration.h"
+#include "VorlaCLSerDiscovery.h"
 #include "VorlaCLSerTlDeviceInfoImpl.h"
 
 #include <VorlaBase/IEnumerationReporter.h>
@@ -46,27 +47,16 @@ public:
   // IEnumerationReporter
   SEnumerationReport GetLastEnumerationReport() const override;
 
-  //! The enumeration steps, in the order InternalEnumerateDevices runs them.
-  unsigned int LoadPortConfiguration();
-  void ProbePorts(const gcstring_vector& usablePorts, gcstring_vector& deviceIds,
-                  SEnumerationReport* report = nullptr);
-  static const SPortConfigurationEntry* FindPortEntry(const gcstring& portId,
-                                                      const gcstring& deviceId,
-                                                      const PortConfigurationTable& table);
-  static CVorlaCLSerTlDeviceInfoImpl BuildDeviceInfo(const gcstring& portId,
-                                                     const gcstring& deviceId);
-
+private:
   //! The cached port of a port id, made on first need (under the transport-layer lock).
   CVorlaCLSerPort& GetPort(const gcstring& portId);
 
-private:
   // Guards the port cache and the port configuration state. Owned by the transport layer;
   // probing and parsing run outside it. Mutable: the report getter is const.
   mutable boost::recursive_mutex m_lock;
   std::map<gcstring, std::unique_ptr<CVorlaCLSerPort>> m_ports;
   CPortConfiguration m_portConfiguration{m_lock};
-  // What the last enumeration to finish saw; replaced whole under m_lock.
-  SEnumerationReport m_lastEnumeration;
+  CVorlaCLSerDiscovery m_discovery;
 };
 
 } // namespace Vorla
