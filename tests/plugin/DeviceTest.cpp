@@ -514,3 +514,40 @@ TEST_F(Creation, MissingDescriptionsFailWithTheirReasonAndLeaveNothingBehind) {
   EXPECT_EQ(m_log.Count("Error downloading XML from device '" + fullName + "': " + bad), 1u);
   EXPECT_EQ(m_tl->GetRefCount(), references);
 }
+
+TEST_F(Device, AutoCloseTimeoutRacingWithRegisterAccessEndsAsTheLastWriteSays) {
+  const CDeviceInfo record = Enumerate().at(0);
+  gcstring deviceId;
+  record.GetPropertyValue("DeviceID", deviceId);
+  CVorlaCLSerPort port(rig::PortId(0));
+  ASSERT_TRUE(port.ConnectDevice(deviceId));
+  auto* device = new CVorlaCLSerDevice(record, port);
+  device->LoadXMLFromString(camsim::CameraXml(), {});
+  GenApi::IInteger& timeout = Integer(device->GetTLNodeMap(), "AutoCloseTimeout");
+  device->Open(Control);
+  GenApi::IInteger& width = Integer(device->GetNodeMap(), "WidthReg");
+
+  // Writers set short timeouts from several threads while readers keep the port busy (and
+  // reopen it after each inactivity close); every writer's last word is 0.
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t)
+    threads.emplace_back([&, t] {
+      for (int i = 0; i < 150; ++i) {
+        if (t % 2 == 0)
+          timeout.SetValue((i * 7 + t) % 4);
+        else
+          width.GetValue(false, true);
+      }
+      if (t % 2 == 0)
+        timeout.SetValue(0);
+    });
+  for (std::thread& thread : threads)
+    thread.join();
+  width.GetValue(false, true); // connected again, for good now
+  m_log.Clear();
+  std::this_thread::sleep_for(std::chrono::milliseconds(30));
+  EXPECT_TRUE(port.IsConnected());
+  EXPECT_EQ(m_log.CountContaining("AutoClosing"), 0u); // no timer outlived the last write
+  device->Close();
+  device->DestroySelf();
+}
