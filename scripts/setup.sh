@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian 12 packages the project builds with. Safe to run again.
 set -euo pipefail
-packages=(g++ cmake ninja-build pkg-config libxerces-c-dev libboost-thread-dev
+packages=(g++ cmake ninja-build pkg-config libxerces-c-dev libboost-dev libboost-thread-dev
           libboost-program-options-dev zlib1g-dev libminizip-dev libgtest-dev libgmock-dev
           libbenchmark-dev)
 missing=()

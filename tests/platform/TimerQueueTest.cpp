@@ -108,8 +108,8 @@ TEST(TimerQueue, ACallbackMayDestroyItsOwnQueueAndOtherQueuesGoOn) {
       o->destroyed = true;
     }
   } owner;
-  owner.queue->CreateTimer(0, &Owner::Run, &owner);
   owner.queue->CreateTimer(60'000, &Owner::Run, &owner); // dropped with the queue
+  owner.queue->CreateTimer(0, &Owner::Run, &owner);
 
   CTimerQueue other;
   Probe probe;

@@ -27,11 +27,19 @@ CTimerService::Id CTimerService::Create(Id owner, uint32_t dueMs, Callback callb
     return 0;
   std::lock_guard<std::mutex> guard(m_lock);
   const Id id = m_nextId++;
-  auto timer = std::make_unique<boost::asio::steady_timer>(m_io, std::chrono::milliseconds(dueMs));
-  // The handler knows the timer by id only: the entry may be gone by the time it runs.
-  timer->async_wait([this, id](const boost::system::error_code& error) { OnExpiry(id, error); });
-  m_timers.emplace(id, Entry{owner, callback, context, std::move(timer)});
-  return id;
+  try {
+    auto timer =
+        std::make_unique<boost::asio::steady_timer>(m_io, std::chrono::milliseconds(dueMs));
+    auto& entry = m_timers[id];
+    entry = Entry{owner, callback, context, std::move(timer)};
+    // The handler knows the timer by id only: the entry may be gone by the time it runs.
+    entry.timer->async_wait(
+        [this, id](const boost::system::error_code& error) { OnExpiry(id, error); });
+    return id;
+  } catch (const std::exception&) {
+    m_timers.erase(id);
+    return 0; // out of memory: reported as a timer that could not be made
+  }
 }
 
 void CTimerService::OnExpiry(Id timer, const boost::system::error_code& error) {
