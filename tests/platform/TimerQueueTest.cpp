@@ -118,23 +118,6 @@ TEST(TimerQueue, ACallbackMayDestroyItsOwnQueueAndOtherQueuesGoOn) {
   EXPECT_TRUE(owner.destroyed);
 }
 
-TEST(TimerQueue, AllQueuesShareOneTimerThread) {
-  struct Where {
-    CTimerQueue* other;
-    std::atomic<int> answer{-1};
-    static void Run(void* self) {
-      auto* w = static_cast<Where*>(self);
-      w->answer = w->other->IsCallbackThread() ? 1 : 0;
-    }
-  };
-  CTimerQueue a, b;
-  Where where{&b};
-  a.CreateTimer(0, &Where::Run, &where);
-  while (where.answer < 0)
-    std::this_thread::yield();
-  EXPECT_EQ(where.answer, 1);
-}
-
 // Deleters free the callback's context right after DeleteTimer: a deletion that did not wait
 // for a running callback shows up as a use after free under the sanitizers.
 TEST(TimerQueue, DeletionRacingExpiryNeverLeavesACallbackOnFreedState) {
