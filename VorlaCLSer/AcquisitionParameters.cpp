@@ -6,7 +6,9 @@
 #include <VorlaBase/GrabResult.h>
 #include <VorlaBase/IVorlaDevice.h>
 
+#include <algorithm>
 #include <limits>
+#include <optional>
 
 namespace Vorla {
 namespace {
@@ -20,8 +22,9 @@ GenApi::IEnumeration* PixelFormatOf(IVorlaDevice& device) {
 const char* const LockedNodes[] = {"ClTapGeometry", "PixelFormat",       "Width",
                                    "Height",        "BinningHorizontal", "BinningVertical"};
 
-int32_t Int32Of(GenApi::INodeMap& nodeMap, const char* name) {
-  const int64_t value = GenApi::CIntegerPtr(nodeMap.GetNode(name))->GetValue(false, false);
+// A missing node throws GenApi's "NULL pointer dereferenced".
+int32_t Int32Of(const GenApi::CIntegerPtr& node) {
+  const int64_t value = node->GetValue(false, false);
   if (value < std::numeric_limits<int32_t>::min() || value > std::numeric_limits<int32_t>::max())
     throw OUT_OF_RANGE_EXCEPTION("Value %I64i out of range (%i..%i)", value,
                                  std::numeric_limits<int32_t>::min(),
@@ -31,7 +34,7 @@ int32_t Int32Of(GenApi::INodeMap& nodeMap, const char* name) {
 } // namespace
 
 CAcquisitionParameters::CAcquisitionParameters(IVorlaDevice& device)
-    : m_Device(device), m_PixelTypeMapper(PixelFormatOf(device)) {}
+    : m_Device(device), m_PixelTypeMapper(PixelFormatOf(device)), m_Nodes(device.GetNodeMap()) {}
 
 void CAcquisitionParameters::Lock(bool lock) {
   GenApi::INodeMap* nodeMap = m_Device.GetNodeMap();
@@ -44,6 +47,18 @@ void CAcquisitionParameters::Lock(bool lock) {
   for (const char* name : LockedNodes)
     if (GenApi::INode* node = nodeMap->GetNode(name))
       node->ImposeAccessMode(lock ? GenApi::RO : GenApi::RW);
+}
+
+CAcquisitionParameters::SGeometryNodes::SGeometryNodes(GenApi::INodeMap* nodeMap)
+    : m_pNodeMap(nodeMap) {
+  if (!nodeMap)
+    return;
+  m_PixelFormat = nodeMap->GetNode("PixelFormat");
+  m_Width = nodeMap->GetNode("Width");
+  m_Height = nodeMap->GetNode("Height");
+  m_OffsetX = nodeMap->GetNode("OffsetX");
+  m_OffsetY = nodeMap->GetNode("OffsetY");
+  m_PayloadSize = nodeMap->GetNode("PayloadSize");
 }
 
 bool CAcquisitionParameters::ReadGeometry(GrabResult& record, uint64_t bufferSize) {
@@ -60,20 +75,20 @@ bool CAcquisitionParameters::ReadGeometry(GrabResult& record, uint64_t bufferSiz
   record.m_ErrorCode = 0;
   record.m_ErrorDescription.clear();
   try {
-    GenApi::CEnumerationPtr pixelFormat(nodeMap->GetNode("PixelFormat"));
-    if (!pixelFormat)
+    std::optional<SGeometryNodes> other; // a node map the camera got later: looked up per frame
+    const SGeometryNodes& nodes = nodeMap == m_Nodes.m_pNodeMap ? m_Nodes : other.emplace(nodeMap);
+    if (!nodes.m_PixelFormat)
       return false;
-    const EPixelType pixelType =
-        m_PixelTypeMapper.GetVorlaPixelTypeFromNodeValue(pixelFormat->GetIntValue(false, false));
+    const EPixelType pixelType = m_PixelTypeMapper.GetVorlaPixelTypeFromNodeValue(
+        nodes.m_PixelFormat->GetIntValue(false, false));
     if (pixelType == PixelType_Undefined)
       return false;
     record.m_PixelType = pixelType;
-    record.m_SizeX = Int32Of(*nodeMap, "Width");
-    record.m_SizeY = Int32Of(*nodeMap, "Height");
-    record.m_OffsetX = Int32Of(*nodeMap, "OffsetX");
-    record.m_OffsetY = Int32Of(*nodeMap, "OffsetY");
-    const int64_t payloadSize =
-        GenApi::CIntegerPtr(nodeMap->GetNode("PayloadSize"))->GetValue(false, false);
+    record.m_SizeX = Int32Of(nodes.m_Width);
+    record.m_SizeY = Int32Of(nodes.m_Height);
+    record.m_OffsetX = Int32Of(nodes.m_OffsetX);
+    record.m_OffsetY = Int32Of(nodes.m_OffsetY);
+    const int64_t payloadSize = nodes.m_PayloadSize->GetValue(false, false);
     record.m_PayloadSize = std::min(static_cast<uint64_t>(payloadSize), bufferSize);
     return true;
   } catch (const GenICam::GenericException& e) {

@@ -1,4 +1,5 @@
 #pragma once
+#include <GenApi/Pointer.h>
 #include <VorlaBase/PixelTypeMapper.h>
 
 #include <cstdint>
@@ -26,8 +27,20 @@ public:
   bool ReadGeometry(GrabResult& record, uint64_t bufferSize);
 
 private:
+  // The geometry nodes of one node map, looked up by name.
+  struct SGeometryNodes {
+    explicit SGeometryNodes(GenApi::INodeMap* nodeMap);
+    GenApi::INodeMap* const m_pNodeMap;
+    GenApi::CEnumerationPtr m_PixelFormat;
+    GenApi::CIntegerPtr m_Width, m_Height, m_OffsetX, m_OffsetY, m_PayloadSize;
+  };
+
   IVorlaDevice& m_Device;
   const CPixelTypeMapper m_PixelTypeMapper;
+  // Those of the node map the camera had at construction, which stays as long as the device:
+  // a frame then costs no name lookup and no interface cast. Never changed, so frame threads
+  // read it without a lock.
+  const SGeometryNodes m_Nodes;
 };
 
 } // namespace Vorla

@@ -32,7 +32,9 @@ TEST(WaitObject, ManualResetStaysSignalledAndItsDescriptorFollows) {
   w.Reset();
   EXPECT_FALSE(Readable(w));
   EXPECT_FALSE(w.Wait(10));
-  EXPECT_TRUE(AlertableWaitObject(true, true).Wait(0));
+  const AlertableWaitObject signalled(true, true);
+  EXPECT_TRUE(Readable(signalled));
+  EXPECT_TRUE(signalled.Wait(0));
 }
 
 TEST(WaitObject, AutoResetLetsOneWaitThroughPerSignal) {

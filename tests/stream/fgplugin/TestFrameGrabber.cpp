@@ -133,6 +133,7 @@ private:
       m_InFrame = true;
       guard.unlock();
       callee->FrameReady(frame);
+      std::this_thread::yield(); // lets the application's threads keep up, as a camera's pace would
       guard.lock();
       m_InFrame = false;
       ++m_Delivered;

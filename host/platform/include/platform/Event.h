@@ -7,10 +7,10 @@
 namespace Vorla {
 namespace Platform {
 
-//! A kernel event that threads and poll loops can wait on: on Linux an eventfd that is readable
-//! exactly while the event is signalled, on Windows an event object. A second, independent
-//! "alert" channel lets one thread break another out of an alertable wait without signalling.
-//! Thread-safe: every operation may be called from any thread at any time.
+//! An event that threads and poll loops can wait on: on Linux a condition variable plus an
+//! eventfd that is readable exactly while the event is signalled, on Windows an event object. A
+//! second, independent "alert" channel lets one thread break another out of an alertable wait
+//! without signalling. Thread-safe: every operation may be called from any thread at any time.
 class VORLA_PLATFORM_API CEvent {
 public:
 #if defined(_WIN32)
@@ -22,7 +22,7 @@ public:
   static constexpr uint32_t Infinite = 0xFFFFFFFF;
 
   //! A manual-reset event stays signalled until Reset; an auto-reset one lets exactly one wait
-  //! through per Signal. Throws std::system_error when the system has no event left.
+  //! through per Signal.
   CEvent(bool manualReset, bool initiallySignaled);
   ~CEvent();
   CEvent(const CEvent&) = delete;
@@ -36,7 +36,9 @@ public:
   //! Ends one alertable wait, now or the next one to come.
   void Alert();
   //! For the application's own poll/WaitForMultipleObjects loop. Readable (signalled) while the
-  //! event is signalled; consuming it is Reset's job, not the poller's.
+  //! event is signalled; consuming it is Reset's job, not the poller's. On Linux the descriptor
+  //! is made on the first call (signalling costs a system call only from then on); throws
+  //! std::system_error when the process has no descriptor left.
   NativeHandle GetNativeHandle() const;
 
 private:
