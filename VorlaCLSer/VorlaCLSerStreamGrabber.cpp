@@ -136,14 +136,18 @@ CVorlaCLSerStreamGrabber::~CVorlaCLSerStreamGrabber() {
     open = m_State != Closed;
     if (open)
       vxlog::LogTrace(StreamLog(), vxlog::Warning, "Stream still open on destruction");
-    // The camera's nodes outlive the stream grabber; none may call into it afterwards.
-    for (NodeCallbackEntry& row : m_NodeCallbacks)
-      if (row.m_pNode)
-        row.m_pNode->DeregisterCallback(row.m_hCallback);
-    m_NodeCallbacks.clear();
   }
   if (open)
     Close();
+  // The camera's nodes outlive the stream grabber; none may call into it afterwards.
+  std::vector<NodeCallbackEntry> rows;
+  {
+    std::lock_guard<std::mutex> guard(m_NodeCallbacksLock);
+    rows.swap(m_NodeCallbacks);
+  }
+  for (const NodeCallbackEntry& row : rows)
+    if (row.m_pNode)
+      row.m_pNode->DeregisterCallback(row.m_hCallback);
   UnloadFrameGrabber();
 }
 
@@ -467,7 +471,6 @@ uintptr_t CVorlaCLSerStreamGrabber::RegisterNodeCallback(const char* nodeName,
     return 0;
   }
   try {
-    Guard guard(m_Lock);
     GenApi::INodeMap* nodeMap = m_pDevice->GetNodeMap();
     if (!nodeMap) {
       vxlog::LogTrace(StreamLog(), vxlog::Error, "Cannot setup nodemap callback on null nodemap.");
@@ -479,16 +482,31 @@ uintptr_t CVorlaCLSerStreamGrabber::RegisterNodeCallback(const char* nodeName,
                       nodeName);
       return 0;
     }
-    const GenApi::CallbackHandleType hCallback = GenApi::Register(
-        node, *this, &CVorlaCLSerStreamGrabber::OnNodeChanged, GenApi::cbPostInsideLock);
-    const NodeCallbackEntry entry{node, callback, hCallback, context, cookie};
-    auto row = std::find_if(m_NodeCallbacks.begin(), m_NodeCallbacks.end(),
-                            [](const NodeCallbackEntry& e) { return e.m_pNode == nullptr; });
-    if (row == m_NodeCallbacks.end())
-      row = m_NodeCallbacks.insert(m_NodeCallbacks.end(), entry);
-    else
-      *row = entry;
-    return static_cast<uintptr_t>(row - m_NodeCallbacks.begin()) + 1;
+    // The row first, so that a change right after the node's registration finds it.
+    size_t index = 0;
+    {
+      std::lock_guard<std::mutex> guard(m_NodeCallbacksLock);
+      const NodeCallbackEntry entry{node, callback, 0, context, cookie};
+      auto row = std::find_if(m_NodeCallbacks.begin(), m_NodeCallbacks.end(),
+                              [](const NodeCallbackEntry& e) { return e.m_pNode == nullptr; });
+      if (row == m_NodeCallbacks.end())
+        row = m_NodeCallbacks.insert(m_NodeCallbacks.end(), entry);
+      else
+        *row = entry;
+      index = static_cast<size_t>(row - m_NodeCallbacks.begin());
+    }
+    GenApi::CallbackHandleType hCallback = 0;
+    try {
+      hCallback = GenApi::Register(node, *this, &CVorlaCLSerStreamGrabber::OnNodeChanged,
+                                   GenApi::cbPostInsideLock);
+    } catch (...) {
+      std::lock_guard<std::mutex> guard(m_NodeCallbacksLock);
+      m_NodeCallbacks[index] = NodeCallbackEntry();
+      throw;
+    }
+    std::lock_guard<std::mutex> guard(m_NodeCallbacksLock);
+    m_NodeCallbacks[index].m_hCallback = hCallback;
+    return index + 1;
   } catch (const GenICam::GenericException& e) {
     vxlog::LogTrace(StreamLog(), vxlog::Error, "Exception setting node callback. (%s)",
                     e.GetDescription());
@@ -499,12 +517,20 @@ uintptr_t CVorlaCLSerStreamGrabber::RegisterNodeCallback(const char* nodeName,
 bool CVorlaCLSerStreamGrabber::DeregisterNodeCallback(uintptr_t handle) {
   if (handle == 0)
     return false;
-  Guard guard(m_Lock);
-  if (handle - 1 >= m_NodeCallbacks.size() || !m_NodeCallbacks[handle - 1].m_pNode)
-    return false;
-  NodeCallbackEntry& row = m_NodeCallbacks[handle - 1];
+  NodeCallbackEntry row;
+  {
+    std::lock_guard<std::mutex> guard(m_NodeCallbacksLock);
+    if (handle - 1 >= m_NodeCallbacks.size() || !m_NodeCallbacks[handle - 1].m_pNode)
+      return false;
+    row = m_NodeCallbacks[handle - 1];
+  }
+  // Without the table's lock: the node map's lock comes first (changes call in under it).
   row.m_pNode->DeregisterCallback(row.m_hCallback);
-  row = NodeCallbackEntry();
+  std::lock_guard<std::mutex> guard(m_NodeCallbacksLock);
+  NodeCallbackEntry& current = m_NodeCallbacks[handle - 1];
+  if (current.m_pNode != row.m_pNode || current.m_hCallback != row.m_hCallback)
+    return false; // deregistered by another thread meanwhile
+  current = NodeCallbackEntry();
   return true;
 }
 

@@ -16,6 +16,7 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 namespace GenApi {
@@ -35,7 +36,8 @@ class IVorlaDevice;
 //!
 //! Thread-safe: application threads call IStreamGrabber, plug-in threads call FgCallee; one
 //! recursive lock serialises them, and is released around plug-in calls that may wait for the
-//! plug-in's threads and around each frame's copy.
+//! plug-in's threads (StopGrab, Close) and around each frame's copy. Node callbacks have a lock of
+//! their own.
 class CVorlaCLSerStreamGrabber final : public IStreamGrabber, public FgCallee {
 public:
   //! Loads and creates the frame grabber. Throws RuntimeException when the string names no
@@ -111,6 +113,13 @@ private:
   BufferMap m_Buffers;
   std::deque<StreamBufferHandle> m_InputQueue;
   std::deque<StreamBufferHandle> m_OutputQueue;
+
+  // Guards the plug-in's node callback table, and nothing else. Not the stream grabber's lock:
+  // node changes call in under the camera node map's lock, and the stream grabber's lock is held
+  // while the camera's parameters are locked (which takes the node map's lock), so the two would
+  // meet in opposite orders. Held only around table accesses, never across a call. Owned by the
+  // stream grabber.
+  std::mutex m_NodeCallbacksLock;
   std::vector<NodeCallbackEntry> m_NodeCallbacks;
   // Signalled while OutputQueue holds results; thread-safe on its own.
   AlertableWaitObject m_WaitObject{true, false};
