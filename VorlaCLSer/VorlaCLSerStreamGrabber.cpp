@@ -23,7 +23,7 @@ const char StreamGrabberXml[] =
 <RegisterDescription ModelName="CLSerStreamGrabber" VendorName="Hexmar" ToolTip="Interface to the CLSer camera stream parameters" StandardNameSpace="None" SchemaMajorVersion="1" SchemaMinorVersion="0" SchemaSubMinorVersion="0" MajorVersion="0" MinorVersion="0" SubMinorVersion="0" ProductGuid=")" VORLA_CLSER_PRODUCT_GUID
     R"(" VersionGuid=")" VORLA_CLSER_VERSION_GUID
     R"(" xmlns="http://www.genicam.org/GenApi/Version_1_0" xmlns:xsi="http://www.w3.org/2001/XMLSchema-instance" xsi:schemaLocation="http://www.genicam.org/GenApi/Version_1_0 GenApiSchema.xsd">
-  <Category Name="Root" NameSpace="Standard">
+  <Category Name="Root">
     <ToolTip>CLSer stream parameters</ToolTip>
     <Description>Change following values to adopt driver ressources.</Description>
     <pFeature>MaxNumBuffer</pFeature>
