@@ -22,6 +22,11 @@ inline vxlog::CategoryID DeviceLog() {
   return id;
 }
 
+inline vxlog::CategoryID StreamLog() {
+  static const vxlog::CategoryID id = vxlog::LogGetCatID("Vorla.CLSer.Stream");
+  return id;
+}
+
 //! The text a message quotes for an exception: a GenICam exception's description, else what().
 inline const char* DescriptionOf(const std::exception& e) {
   const auto* g = dynamic_cast<const GenICam::GenericException*>(&e);

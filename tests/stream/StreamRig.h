@@ -1,0 +1,142 @@
+#pragma once
+// The stream grabber's test rig: a camera device double whose node map sits on a counting memory
+// port, the test frame-grabber plug-ins in their own root, and the log capture.
+#include "../genapi/MemoryPort.h"
+#include "fgplugin/TestFrameGrabberControl.h"
+
+#include <GenApi/GenApi.h>
+#include <GenApi/NodeMapRef.h>
+#include <VorlaBase/IVorlaDevice.h>
+#include <VorlaBase/Logging.h>
+
+#include <dlfcn.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+namespace rig {
+
+//! <build>/lib/vorla-test/<name>: fgroot holds the test plug-ins, emptyroot nothing.
+inline std::string TestRoot(const std::string& name) {
+  const char* build = std::getenv("VORLA_TEST_BUILD_DIR");
+  const std::string root =
+      build ? std::string(build)
+            : std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path().string();
+  return root + "/lib/vorla-test/" + name;
+}
+
+//! Points the host's folder of frame-grabber plug-ins at a test root for the life of the object.
+class CPluginRoot {
+public:
+  explicit CPluginRoot(const std::string& name = "fgroot") {
+    ::setenv("VORLA_ROOT", TestRoot(name).c_str(), 1);
+  }
+  ~CPluginRoot() { ::unsetenv("VORLA_ROOT"); }
+  static std::string Plugin(const char* family) {
+    return TestRoot("fgroot") + "/lib/vorla/fg/" + family + "_MD_VC80.so";
+  }
+};
+
+//! The control of the test plug-in's live object, found in the library the grabber loaded.
+inline testfg::IControl* Control() {
+  void* library = ::dlopen(CPluginRoot::Plugin("Dravik").c_str(), RTLD_NOW | RTLD_NOLOAD);
+  if (!library)
+    return nullptr;
+  auto control =
+      reinterpret_cast<testfg::ControlFunction>(::dlsym(library, testfg::ControlFunctionName));
+  testfg::IControl* result = control ? control() : nullptr;
+  ::dlclose(library);
+  return result;
+}
+
+struct SCameraOptions {
+  bool m_TLParamsLocked = true;
+  bool m_Binning = true; // BinningHorizontal, BinningVertical, ClTapGeometry
+};
+
+inline std::string Register(const char* name, int address) {
+  return "<IntReg Name=\"" + std::string(name) + "\"><Address>" + std::to_string(address) +
+         "</Address><Length>8</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>"
+         "<Sign>Signed</Sign><Endianess>LittleEndian</Endianess></IntReg>\n";
+}
+
+//! A camera description with the nodes a stream grabber reads, each on its own cached register.
+inline std::string CameraXml(const SCameraOptions& options = {}) {
+  std::string nodes = Register("Width", 0x00) + Register("Height", 0x08) +
+                      Register("OffsetX", 0x10) + Register("OffsetY", 0x18) +
+                      Register("PayloadSize", 0x20) + Register("PixelFormatReg", 0x28) +
+                      "<Enumeration Name=\"PixelFormat\">"
+                      "<EnumEntry Name=\"Mono8\"><Value>1</Value></EnumEntry>"
+                      "<EnumEntry Name=\"RGB8\"><Value>2</Value></EnumEntry>"
+                      "<EnumEntry Name=\"Mono7Fancy\"><Value>3</Value></EnumEntry>"
+                      "<pValue>PixelFormatReg</pValue></Enumeration>\n"
+                      "<Boolean Name=\"Flag\"><Value>0</Value></Boolean>\n";
+  if (options.m_TLParamsLocked)
+    nodes +=
+        "<Integer Name=\"TLParamsLocked\"><Value>0</Value><Min>0</Min><Max>1</Max></Integer>\n";
+  if (options.m_Binning)
+    nodes += Register("BinningHorizontal", 0x30) + Register("BinningVertical", 0x38) +
+             Register("ClTapGeometryReg", 0x40) +
+             "<Enumeration Name=\"ClTapGeometry\">"
+             "<EnumEntry Name=\"Geometry_1X\"><Value>0</Value></EnumEntry>"
+             "<pValue>ClTapGeometryReg</pValue></Enumeration>\n";
+  return Describe(nodes);
+}
+
+//! A camera device as the stream grabber sees it: open or not, and its node map (which can
+//! vanish).
+class CTestDevice : public Vorla::IVorlaDevice {
+public:
+  explicit CTestDevice(const SCameraOptions& options = {}) {
+    for (int64_t address = 0; address < 0x48; ++address)
+      m_Port.m_Bytes[address] = 0;
+    m_NodeMap._LoadXMLFromString(CameraXml(options));
+    m_NodeMap._Connect(&m_Port, "Device");
+    SetGeometry(64, 4, 8, 2, 256, 1);
+  }
+  void SetGeometry(int64_t width, int64_t height, int64_t offsetX, int64_t offsetY,
+                   int64_t payloadSize, int64_t pixelFormat) {
+    Int("Width")->SetValue(width);
+    Int("Height")->SetValue(height);
+    Int("OffsetX")->SetValue(offsetX);
+    Int("OffsetY")->SetValue(offsetY);
+    Int("PayloadSize")->SetValue(payloadSize);
+    Int("PixelFormatReg")->SetValue(pixelFormat);
+  }
+  GenApi::CIntegerPtr Int(const char* name) { return m_NodeMap._GetNode(name); }
+  GenApi::INode* Node(const char* name) { return m_NodeMap._GetNode(name); }
+
+  void Open(Vorla::AccessModeSet) override { m_IsOpen = true; }
+  void Close() override { m_IsOpen = false; }
+  bool IsOpen() const override { return m_IsOpen; }
+  Vorla::AccessModeSet GetAccessMode() const override { return {}; }
+  const Vorla::CDeviceInfo& GetDeviceInfo() const override { return m_Info; }
+  uint32_t GetNumStreamGrabberChannels() override { return 0; }
+  Vorla::IStreamGrabber* GetStreamGrabber(uint32_t) override { return nullptr; }
+  void* GetEventGrabber() override { return nullptr; }
+  GenApi::INodeMap* GetNodeMap() override { return m_Vanished ? nullptr : m_NodeMap._Ptr; }
+  GenApi::INodeMap* GetTLNodeMap() override { return nullptr; }
+  void* CreateChunkParser() override { return nullptr; }
+  void DestroyChunkParser(void*) override {}
+  void* CreateEventAdapter() override { return nullptr; }
+  void DestroyEventAdapter(void*) override {}
+  Vorla::DeviceCallbackHandle RegisterRemovalCallback(Vorla::DeviceCallback&) override { return 0; }
+  bool DeregisterRemovalCallback(Vorla::DeviceCallbackHandle) override { return false; }
+
+  CMemoryPort m_Port; // counts register transactions
+  GenApi::CNodeMapRef m_NodeMap{"Device"};
+  std::atomic<bool> m_IsOpen{true};
+  std::atomic<bool> m_Vanished{false};
+  Vorla::CDeviceInfo m_Info;
+};
+
+//! The text a GenICam exception message shows for a buffer handle ("%p").
+inline std::string HandleText(uint64_t handle) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%p", reinterpret_cast<void*>(static_cast<uintptr_t>(handle)));
+  return text;
+}
+
+} // namespace rig
