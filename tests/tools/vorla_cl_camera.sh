@@ -6,7 +6,8 @@ set -euo pipefail
 bin=$1
 work=$(mktemp -d)
 coproc CAMSIM { exec "$bin/vorla-camsim" --serial SN42 --model HX2000 --ignore-stdin; }
-trap 'kill "$CAMSIM_PID" 2>/dev/null || true; wait 2>/dev/null || true; rm -rf "$work"' EXIT
+camsim=$CAMSIM_PID # bash forgets CAMSIM_PID when the simulator ends
+trap 'kill "$camsim" 2>/dev/null || true; wait 2>/dev/null || true; rm -rf "$work"' EXIT
 read -r -t 10 pty <&"${CAMSIM[0]}"
 port="TTY#${pty#/dev/}"
 echo "<Bindings><Port><ID>$port</ID><Enabled>yes</Enabled></Port></Bindings>" \
@@ -76,7 +77,7 @@ timeout 20 "$bin/vorla-cl" watch DeviceTemperature --interval 100 >&5 2>&5 &
 watch_pid=$!
 read -r -t 10 line <&5 && read -r -t 10 line <&5 || fail "watch printed nothing"
 [[ $line == *"DeviceTemperature = "* ]] || fail "watch read nothing: $line"
-kill "$CAMSIM_PID"
+kill "$camsim"
 status=0
 wait "$watch_pid" || status=$?
 out=
