@@ -3,6 +3,7 @@
 #include "VorlaCLSerGuids.h"
 #include "VorlaCLSerLog.h"
 #include "VorlaCLSerPort.h"
+#include "VorlaCLSerStreamGrabber.h"
 
 #include <Base/GCException.h>
 #include <CLProtocol/ClSerialTypes.h>
@@ -85,6 +86,7 @@ CVorlaCLSerDevice::~CVorlaCLSerDevice() {
                       "Vorla::CVorlaCLSerDevice::~CVorlaCLSerDevice", m_Name.c_str());
     }
   }
+  m_pStreamGrabber.reset();
   GenApi::AutoLock guard(m_Lock);
   DestroyAll(m_RemovalCallbacks);
 }
@@ -227,16 +229,19 @@ uint32_t CVorlaCLSerDevice::GetNumStreamGrabberChannels() {
                       "Cannot get DeviceSpecificString from device info.");
       throw RUNTIME_EXCEPTION("Cannot get DeviceSpecificString from device info.");
     }
-    (void)parameters;
-    // The stream grabber comes with the frame-grabber plug-ins; until then there is none.
-    m_NumStreamGrabberChannels = 0;
+    try {
+      m_pStreamGrabber = std::make_unique<CVorlaCLSerStreamGrabber>(parameters, this);
+      m_NumStreamGrabberChannels = 1;
+    } catch (const std::exception&) {
+      m_NumStreamGrabberChannels = 0; // the grabber logged why
+    }
   }
   return static_cast<uint32_t>(m_NumStreamGrabberChannels);
 }
 
 IStreamGrabber* CVorlaCLSerDevice::GetStreamGrabber(uint32_t index) {
   if (index < GetNumStreamGrabberChannels())
-    return nullptr;
+    return m_pStreamGrabber.get();
   vxlog::LogTrace(DeviceLog(), vxlog::Warning,
                   "Invalid StreamIndex %u passed. StreamIndex must be less "
                   "GetNumStreamGrabberChannels()!",

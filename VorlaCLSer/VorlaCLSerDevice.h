@@ -19,6 +19,7 @@ struct INode;
 namespace Vorla {
 
 class CVorlaCLSerPort;
+class CVorlaCLSerStreamGrabber;
 
 //! One Camera Link camera: opens on its serial register port, sets the serial baud rate, holds
 //! the camera node map ("Device", the third base) and a transport-layer node map with
@@ -78,6 +79,7 @@ private:
   GenApi::CNodeMapRef m_TlNodeMap{"Device"};
   bool m_TlNodeMapLoaded = false;
   CVorlaCLSerPort* const m_pPort;
+  std::unique_ptr<CVorlaCLSerStreamGrabber> m_pStreamGrabber;
   // Guards the removal link and the callback list; callbacks run without it. Owned by the device.
   mutable GenApi::CLock m_Lock;
   IVorlaDevice* m_pRemovalLink = nullptr;
