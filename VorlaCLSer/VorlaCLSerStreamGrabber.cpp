@@ -137,8 +137,12 @@ CVorlaCLSerStreamGrabber::~CVorlaCLSerStreamGrabber() {
     if (open)
       vxlog::LogTrace(StreamLog(), vxlog::Warning, "Stream still open on destruction");
   }
-  if (open)
-    Close();
+  if (open) {
+    try {
+      Close();
+    } catch (...) { // Close reports its own failures; a destructor must not throw
+    }
+  }
   // The camera's nodes outlive the stream grabber; none may call into it afterwards.
   std::vector<NodeCallbackEntry> rows;
   {

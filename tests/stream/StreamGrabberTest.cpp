@@ -8,6 +8,7 @@
 #include <cstring>
 #include <functional>
 #include <list>
+#include <map>
 #include <memory>
 #include <tuple>
 #include <vector>
@@ -136,9 +137,11 @@ TEST(StreamGrabberLoad, ChoosesAndChecksThePluginLibrary) {
         [&] { CVorlaCLSerStreamGrabber(c.m_DeviceSpecificString, &device); });
     EXPECT_EQ(thrown, c.m_Thrown.empty() ? "(nothing thrown)" : c.m_Thrown);
     for (const auto& line : c.m_Log)
-      EXPECT_EQ(log.Count(line.second), 1u) << line.second;
-    EXPECT_EQ(log.Count("Error parsing stream grabber XML or accessing its nodes (" + thrown + ")"),
-              c.m_Thrown.empty() ? 0u : 1u);
+      EXPECT_EQ(rig::Logged(log, line.first, line.second), 1u) << line.second;
+    EXPECT_EQ(
+        rig::Logged(log, 256,
+                    "Error parsing stream grabber XML or accessing its nodes (" + thrown + ")"),
+        c.m_Thrown.empty() ? 0u : 1u);
   }
   // The incomplete library's create function was never called.
   void* library = ::dlopen(melsor.c_str(), RTLD_NOW);
@@ -162,7 +165,8 @@ TEST_F(StreamGrabberTest, NodeMapOffersTheStreamParametersAndThePixelClock) {
   m_pControl->SetQueryAnswer(0x1'8765'4321);
   EXPECT_EQ(GenApi::CIntegerPtr(nodes->GetNode("PixelClockDetected"))->GetValue(), 0x87654321);
   EXPECT_EQ(m_pControl->LastQueryNumber(), 0xC10Cu);
-  EXPECT_EQ(m_Log.Count("Unknown port address Address=826223411468 (0xc05ec0c10c)"), 1u);
+  EXPECT_EQ(rig::Logged(m_Log, 128, "Unknown port address Address=826223411468 (0xc05ec0c10c)"),
+            1u);
 
   // Any other address: nothing read, the line logged.
   GenApi::IPort* port = dynamic_cast<GenApi::IPort*>(nodes->GetNode("Device"));
@@ -170,7 +174,7 @@ TEST_F(StreamGrabberTest, NodeMapOffersTheStreamParametersAndThePixelClock) {
   uint8_t bytes[4] = {1, 2, 3, 4};
   port->Read(bytes, 0x10, 4);
   EXPECT_THAT(bytes, testing::ElementsAre(1, 2, 3, 4));
-  EXPECT_EQ(m_Log.Count("Unknown port address Address=16 (0x10)"), 1u);
+  EXPECT_EQ(rig::Logged(m_Log, 128, "Unknown port address Address=16 (0x10)"), 1u);
 
   GenApi::CIntegerPtr debug(nodes->GetNode("DebugData1"));
   m_pGrabber->Open();
@@ -182,7 +186,7 @@ TEST_F(StreamGrabberTest, NodeMapOffersTheStreamParametersAndThePixelClock) {
 TEST_F(StreamGrabberTest, OperationsInTheWrongStateAreRefused) {
   using Op = std::function<void(IStreamGrabber&)>;
   GrabResult result;
-  const std::vector<std::pair<const char*, Op>> ops = {
+  const std::map<std::string, Op> ops = {
       {"Open", [](IStreamGrabber& g) { g.Open(); }},
       {"RegisterBuffer", [this](IStreamGrabber& g) { g.RegisterBuffer(this, 1); }},
       {"DeregisterBuffer", [](IStreamGrabber& g) { g.DeregisterBuffer(1); }},
@@ -205,13 +209,9 @@ TEST_F(StreamGrabberTest, OperationsInTheWrongStateAreRefused) {
       grabber.Open();
     if (state.first == 2)
       grabber.PrepareGrab();
-    for (const char* name : state.second) {
-      const auto op = std::find_if(ops.begin(), ops.end(), [name](const auto& o) {
-        return std::strcmp(o.first, name) == 0;
-      });
-      EXPECT_EQ(ThrownText<GenICam::LogicalErrorException>([&] { op->second(grabber); }),
+    for (const char* name : state.second)
+      EXPECT_EQ(ThrownText<GenICam::LogicalErrorException>([&] { ops.at(name)(grabber); }),
                 "Invalid streamgrabber state (" + std::to_string(state.first) + ") in " + name);
-    }
   }
   EXPECT_TRUE(grabber.IsOpen());
   grabber.Close();
@@ -224,7 +224,7 @@ TEST_F(StreamGrabberTest, BadBuffersHandlesAndPluginFailuresTakeTheirPaths) {
   m_Device.m_IsOpen = false;
   EXPECT_EQ(ThrownText<GenICam::RuntimeException>([&] { m_pGrabber->Open(); }),
             "Device not open when opening stream grabber.");
-  EXPECT_EQ(m_Log.Count("Device not open when opening stream grabber."), 1u);
+  EXPECT_EQ(rig::Logged(m_Log, 256, "Device not open when opening stream grabber."), 1u);
   m_Device.m_IsOpen = true;
   // The plug-in's text is a format: "%%" comes out as one '%'.
   m_pControl->FailNext("Open", "Open failed 100%% sure");
@@ -254,7 +254,7 @@ TEST_F(StreamGrabberTest, BadBuffersHandlesAndPluginFailuresTakeTheirPaths) {
 
   m_pControl->FailNext("StopGrab", "stuck");
   m_pGrabber->CancelGrab();
-  EXPECT_EQ(m_Log.Count("Failed to stop the grab gracefully (stuck)."), 1u);
+  EXPECT_EQ(rig::Logged(m_Log, 128, "Failed to stop the grab gracefully (stuck)."), 1u);
   EXPECT_EQ(ThrownText<GenICam::RuntimeException>([&] { m_pGrabber->DeregisterBuffer(b); }),
             "Buffer h=" + rig::HandleText(b) +
                 " currently waiting to be retrieved and cannot be deregistred now");
@@ -315,7 +315,7 @@ TEST_F(StreamGrabberTest, GrabCycleFillsBuffersInQueueOrderAndCancelsTheRest) {
   // A frame without a queued buffer is dropped.
   m_pGrabber->QueueBuffer(handles[0], 7);
   Deliver(frame, 2);
-  EXPECT_EQ(m_Log.Count("Buffer underrun*!"), 1u);
+  EXPECT_EQ(rig::Logged(m_Log, 16, "Buffer underrun*!"), 1u);
   EXPECT_EQ(RetrieveAll().size(), 1u);
 
   // Finish stops twice (its own stop and the cancel's), then unlocks the camera.
@@ -336,35 +336,20 @@ struct SCopyCase {
   int32_t m_Lines;
   int64_t m_PayloadSize;
   size_t m_BufferSize;
-  std::vector<uint8_t> m_Expected; // the buffer's bytes, its guard bytes included
+  std::vector<uint8_t> m_Expected; // the buffer's first bytes; the rest must stay untouched
 };
 
 TEST_F(StreamGrabberTest, FramesAreCopiedWithoutGapsAndWithinTheBuffer) {
-  const auto lines = [](std::initializer_list<std::vector<uint8_t>> parts, size_t guard) {
-    std::vector<uint8_t> all;
-    for (const auto& p : parts)
-      all.insert(all.end(), p.begin(), p.end());
-    all.insert(all.end(), guard, 0x55);
-    return all;
-  };
+  // clang-format off
   const std::vector<SCopyCase> cases = {
-      {
-          "contiguous",
-          3,
-          3,
-          2,
-          6,
-          8,
-          lines({{0, 1, 2, 16, 17, 18}, {0x55, 0x55}}, 16),
-      },
-      {"contiguous, buffer smaller", 3, 3, 2, 6, 4, lines({{0, 1, 2, 16}}, 16)},
-      {"contiguous, payload smaller", 3, 3, 2, 5, 8,
-       lines({{0, 1, 2, 16, 17, 0x55, 0x55, 0x55}}, 16)},
-      {"pitched", 2, 4, 3, 6, 6, lines({{0, 1, 16, 17, 32, 33}}, 16)},
-      {"pitched, buffer smaller", 2, 4, 3, 6, 5, lines({{0, 1, 16, 17, 32}}, 16)},
-      {"pitched, buffer larger", 2, 4, 2, 8, 8,
-       lines({{0, 1, 16, 17, 0x55, 0x55, 0x55, 0x55}}, 16)},
+      {"contiguous",                  3, 3, 2, 6, 8, {0, 1, 2, 16, 17, 18}},
+      {"contiguous, buffer smaller",  3, 3, 2, 6, 4, {0, 1, 2, 16}},
+      {"contiguous, payload smaller", 3, 3, 2, 5, 8, {0, 1, 2, 16, 17}},
+      {"pitched",                     2, 4, 3, 6, 6, {0, 1, 16, 17, 32, 33}},
+      {"pitched, buffer smaller",     2, 4, 3, 6, 5, {0, 1, 16, 17, 32}},
+      {"pitched, buffer larger",      2, 4, 2, 8, 8, {0, 1, 16, 17}},
   };
+  // clang-format on
   m_pGrabber->Open();
   for (const SCopyCase& c : cases) {
     SCOPED_TRACE(c.m_Name);
@@ -380,7 +365,9 @@ TEST_F(StreamGrabberTest, FramesAreCopiedWithoutGapsAndWithinTheBuffer) {
     EXPECT_EQ(r.m_Status, Grabbed);
     EXPECT_EQ(r.m_PixelType, static_cast<uint32_t>(PixelType_RGB8packed));
     EXPECT_EQ(r.m_PayloadSize, std::min<uint64_t>(c.m_PayloadSize, c.m_BufferSize));
-    EXPECT_EQ(buffer, c.m_Expected);
+    std::vector<uint8_t> expected = c.m_Expected;
+    expected.resize(buffer.size(), 0x55);
+    EXPECT_EQ(buffer, expected);
     // The last result taken sets state 2 again, even after FinishGrab.
     m_pGrabber->FinishGrab();
     m_pGrabber->DeregisterBuffer(h);
@@ -419,7 +406,7 @@ TEST_F(StreamGrabberTest, FramesTheCameraCannotDescribeFailTheirBuffer) {
     EXPECT_EQ(r.m_ErrorCode, 0xFFFFFFFFu);
     EXPECT_EQ(r.m_ErrorDescription, "Failed to payload related information from camera");
     EXPECT_EQ(m_Buffers.back()[0], 0x55) << "nothing copied";
-    EXPECT_EQ(m_Log.Count(c.m_Logged), *c.m_Logged ? 1u : 0u);
+    EXPECT_EQ(rig::Logged(m_Log, 256, c.m_Logged), *c.m_Logged ? 1u : 0u);
     EXPECT_EQ(m_Log.CountContaining("Could not read values"), *c.m_Logged ? 1u : 0u);
     m_pGrabber->FinishGrab();
     m_pGrabber->Close();
@@ -474,15 +461,15 @@ TEST_F(StreamGrabberTest, ResultsOutliveFinishAndCloseDropsWhatIsLeft) {
 
   // Close in state 2 with two buffers: the state line carries the buffer count.
   m_pGrabber->Close();
-  EXPECT_EQ(m_Log.Count("Invalid streamgrabber state (2) in Close"), 1u);
-  EXPECT_EQ(m_Log.Count("Still 2 bufferers registred when calling Close()"), 1u);
+  EXPECT_EQ(rig::Logged(m_Log, 128, "Invalid streamgrabber state (2) in Close"), 1u);
+  EXPECT_EQ(rig::Logged(m_Log, 128, "Still 2 bufferers registred when calling Close()"), 1u);
   m_pGrabber->Open();
   EXPECT_EQ(
       ThrownText<GenICam::RuntimeException>([&] { m_pGrabber->DeregisterBuffer(handles[0]); }),
       "Invalid Bufferhandle " + rig::HandleText(handles[0]) + " passed");
   m_Log.Clear();
   m_pGrabber.reset();
-  EXPECT_EQ(m_Log.Count("Stream still open on destruction"), 1u);
+  EXPECT_EQ(rig::Logged(m_Log, 128, "Stream still open on destruction"), 1u);
 }
 
 std::vector<std::tuple<int64_t, uint64_t, uint32_t>> s_Calls;
@@ -496,9 +483,9 @@ TEST_F(StreamGrabberTest, PluginNodeCallbacksReuseFreeRows) {
   EXPECT_EQ(callee.RegisterNodeCallback(nullptr, Record, 0, 0), 0u);
   EXPECT_EQ(callee.RegisterNodeCallback("Width", nullptr, 0, 0), 0u);
   EXPECT_EQ(callee.RegisterNodeCallback("Nope", Record, 0, 0), 0u);
-  EXPECT_EQ(m_Log.Count("Invalid nodename passed."), 1u);
-  EXPECT_EQ(m_Log.Count("Invalid callbackaddress passed."), 1u);
-  EXPECT_EQ(m_Log.Count("Could not register nodecallback for node (Nope)"), 1u);
+  EXPECT_EQ(rig::Logged(m_Log, 256, "Invalid nodename passed."), 1u);
+  EXPECT_EQ(rig::Logged(m_Log, 256, "Invalid callbackaddress passed."), 1u);
+  EXPECT_EQ(rig::Logged(m_Log, 256, "Could not register nodecallback for node (Nope)"), 1u);
 
   EXPECT_EQ(callee.RegisterNodeCallback("Width", Record, 0x1'0000'0001, 7), 1u);
   EXPECT_EQ(callee.RegisterNodeCallback("PixelFormat", Record, 2, 8), 2u);
@@ -508,7 +495,7 @@ TEST_F(StreamGrabberTest, PluginNodeCallbacksReuseFreeRows) {
   GenApi::CBooleanPtr(m_Device.Node("Flag"))->SetValue(true);
   EXPECT_EQ(s_Calls, (std::vector<std::tuple<int64_t, uint64_t, uint32_t>>{{640, 0x1'0000'0001, 7},
                                                                            {2, 2, 8}}));
-  EXPECT_EQ(m_Log.Count("Invalid node type. Only inter like types are supported"), 1u);
+  EXPECT_EQ(rig::Logged(m_Log, 256, "Invalid node type. Only inter like types are supported"), 1u);
 
   EXPECT_FALSE(callee.DeregisterNodeCallback(0));
   EXPECT_FALSE(callee.DeregisterNodeCallback(4));

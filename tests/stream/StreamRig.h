@@ -132,6 +132,14 @@ public:
   Vorla::CDeviceInfo m_Info;
 };
 
+//! How many stream log lines of `level` read exactly `text`.
+inline size_t Logged(const vxlog::CLogCapture& log, unsigned level, const std::string& text) {
+  size_t count = 0;
+  for (const vxlog::LogEntry& entry : log.Entries())
+    count += entry.category == "Vorla.CLSer.Stream" && entry.level == level && entry.text == text;
+  return count;
+}
+
 //! The text a GenICam exception message shows for a buffer handle ("%p").
 inline std::string HandleText(uint64_t handle) {
   char text[32];

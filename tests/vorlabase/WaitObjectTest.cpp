@@ -68,13 +68,11 @@ TEST(PixelTypeMapper, MapsEntriesByTheirStandardNames) {
 <RegisterDescription ModelName="T" VendorName="V" StandardNameSpace="None" SchemaMajorVersion="1"
  SchemaMinorVersion="1" SchemaSubMinorVersion="0" MajorVersion="1" MinorVersion="0"
  SubMinorVersion="0" ProductGuid="0" VersionGuid="0" xmlns="http://www.genicam.org/GenApi/Version_1_1">
-<Enumeration Name="PixelFormat">
+<Enumeration Name="PixelFormat"><Value>5</Value>
  <EnumEntry Name="Mono8"><Value>17301505</Value></EnumEntry>
  <EnumEntry Name="BayerRG8"><Value>5</Value></EnumEntry>
  <EnumEntry Name="YUV422Packed"><Value>6</Value></EnumEntry>
- <EnumEntry Name="Mono9Custom"><Value>7</Value></EnumEntry>
- <Value>5</Value>
-</Enumeration>
+ <EnumEntry Name="Mono9Custom"><Value>7</Value></EnumEntry></Enumeration>
 </RegisterDescription>)";
   GenApi::CNodeMapRef map;
   map._LoadXMLFromString(xml);
