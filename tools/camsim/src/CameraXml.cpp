@@ -203,7 +203,8 @@ const std::string& CameraXml() {
     <Length>4</Length>
     <AccessMode>RW</AccessMode>
     <pPort>Device</pPort>
-    <Cachable>NoCache</Cachable>
+    <Cachable>WriteThrough</Cachable>
+    <pInvalidator>BinningHorizontalReg</pInvalidator>
     <Sign>Unsigned</Sign>
     <Endianess>BigEndian</Endianess>
   </IntReg>
@@ -222,7 +223,8 @@ const std::string& CameraXml() {
     <Length>4</Length>
     <AccessMode>RW</AccessMode>
     <pPort>Device</pPort>
-    <Cachable>NoCache</Cachable>
+    <Cachable>WriteThrough</Cachable>
+    <pInvalidator>BinningVerticalReg</pInvalidator>
     <Sign>Unsigned</Sign>
     <Endianess>BigEndian</Endianess>
   </IntReg>
@@ -240,7 +242,8 @@ const std::string& CameraXml() {
     <Length>4</Length>
     <AccessMode>RW</AccessMode>
     <pPort>Device</pPort>
-    <Cachable>NoCache</Cachable>
+    <Cachable>WriteThrough</Cachable>
+    <pInvalidator>BinningHorizontalReg</pInvalidator>
     <Sign>Unsigned</Sign>
     <Endianess>BigEndian</Endianess>
   </IntReg>
@@ -258,7 +261,8 @@ const std::string& CameraXml() {
     <Length>4</Length>
     <AccessMode>RW</AccessMode>
     <pPort>Device</pPort>
-    <Cachable>NoCache</Cachable>
+    <Cachable>WriteThrough</Cachable>
+    <pInvalidator>BinningVerticalReg</pInvalidator>
     <Sign>Unsigned</Sign>
     <Endianess>BigEndian</Endianess>
   </IntReg>
@@ -301,7 +305,7 @@ const std::string& CameraXml() {
     <Length>4</Length>
     <AccessMode>RW</AccessMode>
     <pPort>Device</pPort>
-    <Cachable>NoCache</Cachable>
+    <Cachable>WriteThrough</Cachable>
     <Sign>Unsigned</Sign>
     <Endianess>BigEndian</Endianess>
   </IntReg>
@@ -320,7 +324,7 @@ const std::string& CameraXml() {
     <Length>4</Length>
     <AccessMode>RW</AccessMode>
     <pPort>Device</pPort>
-    <Cachable>NoCache</Cachable>
+    <Cachable>WriteThrough</Cachable>
     <Sign>Unsigned</Sign>
     <Endianess>BigEndian</Endianess>
   </IntReg>
@@ -354,7 +358,7 @@ const std::string& CameraXml() {
     <Length>4</Length>
     <AccessMode>RW</AccessMode>
     <pPort>Device</pPort>
-    <Cachable>NoCache</Cachable>
+    <Cachable>WriteThrough</Cachable>
     <Sign>Unsigned</Sign>
     <Endianess>BigEndian</Endianess>
   </IntReg>
@@ -370,13 +374,19 @@ const std::string& CameraXml() {
     <Length>4</Length>
     <AccessMode>RO</AccessMode>
     <pPort>Device</pPort>
-    <Cachable>NoCache</Cachable>
+    <Cachable>WriteThrough</Cachable>
+    <pInvalidator>WidthReg</pInvalidator>
+    <pInvalidator>HeightReg</pInvalidator>
+    <pInvalidator>PixelFormatReg</pInvalidator>
+    <pInvalidator>BinningHorizontalReg</pInvalidator>
+    <pInvalidator>BinningVerticalReg</pInvalidator>
     <Sign>Unsigned</Sign>
     <Endianess>BigEndian</Endianess>
   </IntReg>
   <Category Name="AcquisitionControl" NameSpace="Standard">
     <ToolTip>Image acquisition</ToolTip>
     <pFeature>AcquisitionMode</pFeature>
+    <pFeature>AcquisitionFrameCount</pFeature>
     <pFeature>AcquisitionStart</pFeature>
     <pFeature>AcquisitionStop</pFeature>
     <pFeature>AcquisitionFrameRate</pFeature>
@@ -402,6 +412,23 @@ const std::string& CameraXml() {
   <IntReg Name="AcquisitionModeReg">
     <Visibility>Invisible</Visibility>
     <Address>0x0001003C</Address>
+    <Length>4</Length>
+    <AccessMode>RW</AccessMode>
+    <pPort>Device</pPort>
+    <Cachable>WriteThrough</Cachable>
+    <Sign>Unsigned</Sign>
+    <Endianess>BigEndian</Endianess>
+  </IntReg>
+  <Integer Name="AcquisitionFrameCount" NameSpace="Standard">
+    <ToolTip>Frames per start in MultiFrame mode</ToolTip>
+    <Visibility>Beginner</Visibility>
+    <pValue>AcquisitionFrameCountReg</pValue>
+    <Min>1</Min>
+    <Max>65535</Max>
+  </Integer>
+  <IntReg Name="AcquisitionFrameCountReg">
+    <Visibility>Invisible</Visibility>
+    <Address>0x00010080</Address>
     <Length>4</Length>
     <AccessMode>RW</AccessMode>
     <pPort>Device</pPort>
@@ -443,7 +470,7 @@ const std::string& CameraXml() {
     <ToolTip>Frame rate</ToolTip>
     <pValue>AcquisitionFrameRateReg</pValue>
     <Min>1.0</Min>
-    <Max>100.0</Max>
+    <Max>5000.0</Max>
     <Unit>Hz</Unit>
   </Float>
   <FloatReg Name="AcquisitionFrameRateReg">
@@ -555,6 +582,7 @@ const std::string& CameraXml() {
     <ToolTip>Camera Link transport</ToolTip>
     <pFeature>ClSerialPortBaudRate</pFeature>
     <pFeature>ClTapGeometry</pFeature>
+    <pFeature>ClPixelClock</pFeature>
     <pFeature>TLParamsLocked</pFeature>
   </Category>
   <Enumeration Name="ClSerialPortBaudRate" NameSpace="Standard">
@@ -627,6 +655,24 @@ const std::string& CameraXml() {
     <AccessMode>RW</AccessMode>
     <pPort>Device</pPort>
     <Cachable>NoCache</Cachable>
+    <Sign>Unsigned</Sign>
+    <Endianess>BigEndian</Endianess>
+  </IntReg>
+  <Integer Name="ClPixelClock" NameSpace="Custom">
+    <ToolTip>Pixel clock of the Camera Link video</ToolTip>
+    <Visibility>Expert</Visibility>
+    <pValue>ClPixelClockReg</pValue>
+    <Min>20000000</Min>
+    <Max>85000000</Max>
+    <Unit>Hz</Unit>
+  </Integer>
+  <IntReg Name="ClPixelClockReg">
+    <Visibility>Invisible</Visibility>
+    <Address>0x00010084</Address>
+    <Length>4</Length>
+    <AccessMode>RW</AccessMode>
+    <pPort>Device</pPort>
+    <Cachable>WriteThrough</Cachable>
     <Sign>Unsigned</Sign>
     <Endianess>BigEndian</Endianess>
   </IntReg>
