@@ -22,8 +22,7 @@ CCableWriter::CCableWriter(const std::string& name, std::uint32_t slotCount,
   if (existing.Open(name) && existing.Size() >= sizeof(SCableHeader)) {
     const auto* old = static_cast<const SCableHeader*>(existing.Address());
     const std::int64_t pid = old->m_WriterProcess.load();
-    if (old->m_Magic == CableMagic && !old->m_Closed.load() &&
-        pid != CCableSegment::CurrentProcess() && CCableSegment::ProcessAlive(pid))
+    if (old->m_Magic == CableMagic && !old->m_Closed.load() && CCableSegment::ProcessAlive(pid))
       throw std::runtime_error("video channel '" + name + "' is served by process " +
                                std::to_string(pid));
   }
