@@ -243,6 +243,7 @@ const std::string& CameraXml() {
     <AccessMode>RW</AccessMode>
     <pPort>Device</pPort>
     <Cachable>WriteThrough</Cachable>
+    <pInvalidator>BinningVerticalReg</pInvalidator>
     <pInvalidator>BinningHorizontalReg</pInvalidator>
     <Sign>Unsigned</Sign>
     <Endianess>BigEndian</Endianess>
@@ -262,6 +263,7 @@ const std::string& CameraXml() {
     <AccessMode>RW</AccessMode>
     <pPort>Device</pPort>
     <Cachable>WriteThrough</Cachable>
+    <pInvalidator>BinningHorizontalReg</pInvalidator>
     <pInvalidator>BinningVerticalReg</pInvalidator>
     <Sign>Unsigned</Sign>
     <Endianess>BigEndian</Endianess>
@@ -689,7 +691,7 @@ const std::string& CameraXml() {
     <Length>4</Length>
     <AccessMode>RW</AccessMode>
     <pPort>Device</pPort>
-    <Cachable>NoCache</Cachable>
+    <Cachable>WriteThrough</Cachable>
     <Sign>Unsigned</Sign>
     <Endianess>BigEndian</Endianess>
   </IntReg>
