@@ -98,6 +98,7 @@ public:
     int toChild[2], fromChild[2];
     if (pipe(toChild) != 0 || pipe(fromChild) != 0)
       return;
+    const auto board = static_cast<std::uint32_t>(getpid()); // the parent's, as it asks for
     m_Pid = fork();
     if (m_Pid == 0) {
       close(toChild[1]);
@@ -105,10 +106,15 @@ public:
       camsim::SCameraOptions options = camtest::VideoOptions(Channel);
       options.m_SensorWidth = Width;
       options.m_SensorHeight = Height;
-      options.m_VideoSlots = 4;
+      options.m_VideoSlots = 8;
+      options.m_VideoBoard = board;
       auto camera = std::make_unique<camsim::CCameraModel>(options);
       camtest::WriteRegister(*camera, camtest::PixelFormat, camtest::Mono16);
       camtest::WriteFrameRate(*camera, frameRate);
+      const double exposureUs = 50.0; // short enough not to set the pace
+      std::uint64_t bits;
+      std::memcpy(&bits, &exposureUs, sizeof bits);
+      camtest::WriteRegister(*camera, 0x58, bits, 8); // ExposureTime
       camtest::WriteRegister(*camera, camtest::AcquisitionStart, 1);
       char go = 1;
       (void)!write(fromChild[1], &go, 1);

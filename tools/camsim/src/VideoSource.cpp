@@ -113,8 +113,11 @@ void CVideoSource::Run() {
     if ((m_Settings.m_Mode == 1 && m_FramesThisStart >= 1) ||
         (m_Settings.m_Mode == 2 && m_FramesThisStart >= m_Settings.m_FrameCount))
       m_Running = false;
-    // A late frame does not make the next ones come in a burst.
-    m_NextFrame = std::max(m_NextFrame + period, Clock::now());
+    // The frame clock keeps its rate through short delays of this thread; after a long one it
+    // starts afresh rather than sending a burst.
+    m_NextFrame += period;
+    if (Clock::now() - m_NextFrame > period * 4)
+      m_NextFrame = Clock::now();
   }
 }
 
