@@ -13,8 +13,11 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 #elif defined(_WIN32)
-#include <thread>
+#define NOMINMAX // windows.h must not take std::min away
 #include <windows.h>
+
+#include <algorithm>
+#include <thread>
 #endif
 
 namespace VideoCable {
