@@ -15,8 +15,7 @@ bool CCableReader::Attach(const std::string& name) {
   // The header comes from another process: check it before trusting an offset.
   const std::uint64_t size = m_Segment.Size();
   const bool valid = [&] {
-    if (size < sizeof(SCableHeader) ||
-        reinterpret_cast<std::atomic<std::uint32_t>*>(&header->m_Magic)->load() != CableMagic)
+    if (size < sizeof(SCableHeader) || header->m_Magic.load() != CableMagic)
       return false;
     const std::uint64_t slots = header->m_SlotCount;
     return header->m_Version == CableVersion && slots >= 3 && slots <= MaxSlots &&

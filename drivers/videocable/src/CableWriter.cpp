@@ -22,7 +22,8 @@ CCableWriter::CCableWriter(const std::string& name, std::uint32_t slotCount,
   if (existing.Open(name) && existing.Size() >= sizeof(SCableHeader)) {
     const auto* old = static_cast<const SCableHeader*>(existing.Address());
     const std::int64_t pid = old->m_WriterProcess.load();
-    if (old->m_Magic == CableMagic && !old->m_Closed.load() && CCableSegment::ProcessAlive(pid))
+    if (old->m_Magic.load() == CableMagic && !old->m_Closed.load() &&
+        CCableSegment::ProcessAlive(pid))
       throw std::runtime_error("video channel '" + name + "' is served by process " +
                                std::to_string(pid));
   }
@@ -41,9 +42,8 @@ CCableWriter::CCableWriter(const std::string& name, std::uint32_t slotCount,
   m_Header->m_WriterProcess.store(CCableSegment::CurrentProcess());
   for (std::uint32_t i = 0; i < slotCount; ++i)
     new (base + first + stride * i) SSlot{};
-  // Readers trust nothing before the magic number.
-  std::atomic_thread_fence(std::memory_order_release);
-  reinterpret_cast<std::atomic<std::uint32_t>*>(&m_Header->m_Magic)->store(CableMagic);
+  // Readers trust nothing before the magic number (a release store).
+  m_Header->m_Magic.store(CableMagic);
 }
 
 CCableWriter::~CCableWriter() {

@@ -50,7 +50,8 @@ struct SSlot {
 constexpr std::uint64_t SlotDataOffset = (sizeof(SSlot) + 63) / 64 * 64;
 
 struct SCableHeader {
-  std::uint32_t m_Magic;
+  //! Written last by the camera: nothing else is valid before it.
+  std::atomic<std::uint32_t> m_Magic;
   std::uint32_t m_Version;
   std::uint32_t m_SlotCount;
   std::uint32_t m_Reserved;
