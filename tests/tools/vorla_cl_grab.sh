@@ -12,7 +12,7 @@ trap 'kill "$CAMSIM_PID" 2>/dev/null || true; wait 2>/dev/null || true; rm -rf "
 read -r -t 10 pty <&"${CAMSIM[0]}"
 port="TTY#${pty#/dev/}"
 bind() {
-  echo "<Bindings><Port><ID>$port</ID><Enabled>yes</Enabled>
+  echo "<Bindings><Port><ID>$port</ID><Enabled>yes</Enabled><Manufacturer>Hexmar</Manufacturer>
         <DeviceSpecificString>$1</DeviceSpecificString></Port></Bindings>" \
     >"$work/PortConfiguration_x64.xml"
   touch -d "+$2 seconds" "$work/PortConfiguration_x64.xml"
