@@ -157,6 +157,31 @@ TEST_F(CameraModel, GeometryRulesAndDerivedRegisters) {
   EXPECT_EQ(Write32(8, Dev + 0x08, 16), GenCP::StatusSuccess); // offsets stay writable
 }
 
+// Address ranges whose end passes 2^64 once wrapped around to the bootstrap block and read or
+// wrote memory before it.
+TEST_F(CameraModel, RangesWrappingPastTheTopAreInvalid) {
+  const struct {
+    std::uint64_t m_Address;
+    std::uint16_t m_Size;
+  } ranges[] = {{0xFFFFFFFFFFFFFFF0ull, 32},
+                {0xFFFFFFFFFFFFFFFFull, 2},
+                {0xFFFFFFFFFFFFFE00ull, 1000},
+                {0ull - GenCP::Abrm::Size + GenCP::Abrm::UserDefinedName, 0x300}};
+  std::uint16_t id = 1;
+  for (const auto& r : ranges) {
+    Bytes d;
+    EXPECT_EQ(Read(id++, r.m_Address, r.m_Size, d), GenCP::StatusInvalidAddress) << r.m_Address;
+    const Bytes data(r.m_Size, 0xA5);
+    Send(CPacket::WriteMem(id++, r.m_Address, data.data(), data.size()));
+    CPacket ack;
+    ASSERT_TRUE(Receive(ack));
+    EXPECT_EQ(ack.m_FlagsOrStatus, GenCP::StatusInvalidAddress) << r.m_Address;
+  }
+  Bytes d; // the block is intact
+  ASSERT_EQ(Read(id, GenCP::Abrm::UserDefinedName, 4, d), GenCP::StatusSuccess);
+  EXPECT_EQ(d, Bytes(4, 0));
+}
+
 TEST_F(CameraModel, UnconfirmedBaudSwitchFallsBack) {
   ASSERT_EQ(Write32(1, Sbrm + 4, 0x10), GenCP::StatusSuccess);
   EXPECT_EQ(m_Camera.BaudBit(), 0x10u);

@@ -1,6 +1,7 @@
 // vorla-camsim as a process: the pty path on the first line, answers on the line, clean exit.
 #include <gencp/ByteOrder.h>
 #include <gencp/Packet.h>
+#include <videocable/CableReader.h>
 
 #include <gtest/gtest.h>
 
@@ -121,4 +122,25 @@ TEST_F(SimulatorProcess, RejectsUnknownOptions) {
   const std::string cmd = m_Exe + " --bogus </dev/null >/dev/null 2>&1";
   const int status = std::system(cmd.c_str());
   EXPECT_EQ(WEXITSTATUS(status), 2);
+}
+
+// The cable of the chosen channel lives exactly as long as the simulator; a second simulator
+// cannot take a channel that is served.
+TEST_F(SimulatorProcess, ServesItsVideoChannelUntilItEnds) {
+  const std::string board = std::to_string(getpid());
+  const std::string name = VideoCable::CableName(static_cast<std::uint32_t>(getpid()), 5);
+  Start({"--ignore-stdin", "--board", board, "--channel", "5", "--sensor-width", "64",
+         "--sensor-height", "16"});
+  VideoCable::CCableReader reader;
+  EXPECT_TRUE(reader.Attach(name));
+  const std::string second =
+      m_Exe + " --ignore-stdin --board " + board + " --channel 5 </dev/null >/dev/null 2>&1";
+  EXPECT_EQ(WEXITSTATUS(std::system(second.c_str())), 1);
+  kill(m_Pid, SIGTERM);
+  EXPECT_EQ(Wait(), 0);
+  EXPECT_FALSE(reader.CameraPresent());
+  EXPECT_FALSE(VideoCable::CCableReader().Attach(name));
+  for (const char* bad : {" --board x", " --channel -1", " --video-slots 2", " --sensor-width 30"})
+    EXPECT_EQ(WEXITSTATUS(std::system((m_Exe + bad + " </dev/null >/dev/null 2>&1").c_str())), 2)
+        << bad;
 }

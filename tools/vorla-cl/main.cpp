@@ -2,15 +2,13 @@
 #include "CameraSession.h"
 #include "CommandLine.h"
 #include "FeatureCommand.h"
+#include "GrabCommand.h"
 #include "InfoCommand.h"
 #include "ListCommand.h"
 #include "NodeMapView.h"
 #include "ToolError.h"
 #include "WatchCommand.h"
 #include "XmlCommand.h"
-#if VORLA_CL_HAS_GRAB
-#include "GrabCommand.h"
-#endif
 
 #include <Base/GCException.h>
 #include <VorlaBase/Logging.h>
@@ -37,16 +35,12 @@ int RunCameraCommand(const CCommandLine& line) {
   }
   Vorla::IVorlaDevice& device = session.OpenDevice();
   if (line.m_Verb == "grab") {
-#if VORLA_CL_HAS_GRAB
     SGrabOptions options;
     options.m_Count = line.m_Count;
     options.m_Pattern = line.m_Output;
     options.m_Buffers = line.m_Buffers;
     options.m_TimeoutMs = line.m_TimeoutMs;
     return RunGrab(device, options);
-#else
-    throw CToolError(ExitFailure, "grab is not part of this build of vorla-cl.");
-#endif
   }
   const CNodeMapView view(device.GetNodeMap(), device.GetTLNodeMap());
   const CFeatureCommand features(view);

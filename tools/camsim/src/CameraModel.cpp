@@ -7,6 +7,8 @@
 #include <gencp/Protocol.h>
 #include <gencp/Sha1.h>
 
+#include <videocable/CableLayout.h>
+
 #include <algorithm>
 #include <cstring>
 
@@ -46,6 +48,8 @@ enum EDevice : std::uint64_t {
   AcquisitionFrameRate = 0x68,
   DeviceTemperature = 0x70,
   UserSetSave = 0x78,
+  AcquisitionFrameCount = 0x80,
+  ClPixelClock = 0x84,
 };
 
 enum class EAccess { RO, RW, WO };
@@ -84,6 +88,8 @@ constexpr SRegister DeviceRegisters[] = {
     {AcquisitionFrameRate, 8, EAccess::RW, false},
     {DeviceTemperature, 8, EAccess::RO, false},
     {UserSetSave, 4, EAccess::WO, false},
+    {AcquisitionFrameCount, 4, EAccess::RW, false},
+    {ClPixelClock, 4, EAccess::RW, false},
 };
 
 bool IsPixelFormat(std::uint32_t v) {
@@ -116,8 +122,15 @@ void PutString(std::vector<std::uint8_t>& block, std::uint64_t address, const st
   std::memcpy(block.data() + address, text.data(), n);
 }
 
-bool Overlaps(std::uint64_t a, std::size_t aSize, std::uint64_t b, std::size_t bSize) {
-  return a < b + bSize && b < a + aSize;
+// Range tests never add to an address: a range reaching past 2^64 must not wrap to the bottom.
+bool Overlaps(std::uint64_t a, std::uint64_t aSize, std::uint64_t b, std::uint64_t bSize) {
+  return a >= b ? a - b < bSize : b - a < aSize;
+}
+
+//! [address, address + size) lies within [base, base + blockSize).
+bool Within(std::uint64_t address, std::uint64_t size, std::uint64_t base,
+            std::uint64_t blockSize) {
+  return address >= base && size <= blockSize && address - base <= blockSize - size;
 }
 
 // Bootstrap registers that this camera does not have (timestamp, deprecated endianness,
@@ -185,7 +198,35 @@ CCameraModel::CCameraModel(SCameraOptions options)
   SetDev(Gain, DoubleBits(0.0), 8);
   SetDev(AcquisitionFrameRate, DoubleBits(30.0), 8);
   SetDev(DeviceTemperature, DoubleBits(42.5), 8);
+  SetDev(AcquisitionFrameCount, 10);
+  SetDev(ClPixelClock, 85000000);
+  if (m_Options.m_Video) {
+    // A slot holds the largest picture: the whole sensor in RGB8.
+    const std::uint64_t capacity =
+        std::uint64_t(m_Options.m_SensorWidth) * m_Options.m_SensorHeight * 3;
+    m_Video = std::make_unique<CVideoSource>(
+        VideoCable::CableName(m_Options.m_VideoBoard, m_Options.m_VideoChannel),
+        m_Options.m_VideoSlots, capacity, VideoSettings());
+  }
   UpdateDerived();
+}
+
+CCameraModel::~CCameraModel() = default;
+
+SVideoSettings CCameraModel::VideoSettings() const {
+  SVideoSettings v;
+  v.m_Geometry.m_Width = static_cast<std::uint32_t>(Dev(Width));
+  v.m_Geometry.m_Height = static_cast<std::uint32_t>(Dev(Height));
+  v.m_Geometry.m_OffsetX = static_cast<std::uint32_t>(Dev(OffsetX));
+  v.m_Geometry.m_OffsetY = static_cast<std::uint32_t>(Dev(OffsetY));
+  v.m_Geometry.m_PixelFormat = static_cast<std::uint32_t>(Dev(PixelFormat));
+  v.m_FrameRate = BitsDouble(Dev(AcquisitionFrameRate, 8));
+  v.m_ExposureUs = BitsDouble(Dev(ExposureTime, 8));
+  v.m_Mode = static_cast<std::uint32_t>(Dev(AcquisitionMode));
+  v.m_FrameCount = static_cast<std::uint32_t>(Dev(AcquisitionFrameCount));
+  v.m_SoftwareTrigger = Dev(TriggerMode) == 1 && Dev(TriggerSource) == 0;
+  v.m_PixelClock = Dev(ClPixelClock);
+  return v;
 }
 
 std::uint64_t CCameraModel::Dev(std::uint64_t offset, std::size_t size) const {
@@ -203,6 +244,9 @@ void CCameraModel::UpdateDerived() {
   SetDev(HeightMax, m_Options.m_SensorHeight / Dev(BinningVertical));
   SetDev(ClSerialPortBaudRate,
          static_cast<std::uint64_t>(GenCP::Hexmar::FeatureValueOfBaudBit(m_Baud)));
+  // Single and multi-frame acquisitions end by themselves.
+  if (m_Video)
+    SetDev(AcquisitionStatus, m_Video->Running() ? 1 : 0);
 }
 
 CCameraModel::Clock::duration CCameraModel::ByteTime(std::uint32_t baudBit) const {
@@ -223,6 +267,8 @@ void CCameraModel::FallBackToDefaults() {
   // Heartbeat expiry or release: back to the power-up line settings, acquisition stopped.
   GenCP::PutBE(m_Abrm.data() + Abrm::AccessPrivilege, 0, 4);
   SetDev(AcquisitionStatus, 0);
+  if (m_Video)
+    m_Video->Stop();
   m_SwitchPending = false;
   SetBaud(GenCP::Baud9600);
 }
@@ -466,24 +512,24 @@ CCameraModel::Clock::time_point CCameraModel::Queue(const std::vector<std::uint8
 std::uint16_t CCameraModel::ReadMemory(std::uint64_t address, std::size_t size,
                                        std::vector<std::uint8_t>& out) {
   const auto from = [&](const std::vector<std::uint8_t>& block, std::uint64_t base) {
-    if (address < base || address - base + size > block.size())
+    if (!Within(address, size, base, block.size()))
       return false;
     out.assign(block.begin() + static_cast<std::ptrdiff_t>(address - base),
                block.begin() + static_cast<std::ptrdiff_t>(address - base + size));
     return true;
   };
-  if (address + size <= Abrm::Size) {
+  if (Within(address, size, 0, Abrm::Size)) {
     if (TouchesAbsentAbrm(address, size))
       return GenCP::StatusInvalidAddress;
     return from(m_Abrm, 0) ? GenCP::StatusSuccess : GenCP::StatusInvalidAddress;
   }
-  if (address >= SbrmAddress && address + size <= SbrmAddress + GenCP::Sbrm::Size) {
+  if (Within(address, size, SbrmAddress, GenCP::Sbrm::Size)) {
     std::vector<std::uint8_t> sbrm(GenCP::Sbrm::Size);
     GenCP::PutBE(sbrm.data(), m_Options.m_SupportedBaudBits, 4);
     GenCP::PutBE(sbrm.data() + 4, m_Baud, 4);
     return from(sbrm, SbrmAddress) ? GenCP::StatusSuccess : GenCP::StatusInvalidAddress;
   }
-  if (address >= DeviceBase && address + size <= DeviceBase + DeviceSize) {
+  if (Within(address, size, DeviceBase, DeviceSize)) {
     UpdateDerived();
     return from(m_Device, DeviceBase) ? GenCP::StatusSuccess : GenCP::StatusInvalidAddress;
   }
@@ -509,17 +555,17 @@ std::uint16_t CCameraModel::RequestBaud(std::uint32_t bit, SAfterAck& after) {
 
 std::uint16_t CCameraModel::WriteMemory(std::uint64_t address, const std::uint8_t* data,
                                         std::size_t size, SAfterAck& after) {
-  if (address + size <= Abrm::Size)
+  if (Within(address, size, 0, Abrm::Size))
     return WriteAbrm(address, data, size, after);
-  if (address >= SbrmAddress && address + size <= SbrmAddress + GenCP::Sbrm::Size) {
+  if (Within(address, size, SbrmAddress, GenCP::Sbrm::Size)) {
     if (address != SbrmAddress + GenCP::Sbrm::CurrentBaudrate || size != 4)
       return address == SbrmAddress ? GenCP::StatusWriteProtect : GenCP::StatusInvalidParameter;
     return RequestBaud(GenCP::GetBE32(data), after);
   }
-  if (address >= DeviceBase && address + size <= DeviceBase + DeviceSize)
+  if (Within(address, size, DeviceBase, DeviceSize))
     return WriteDevice(address - DeviceBase, data, size, after);
-  if ((address >= ManifestAddress && address < ManifestAddress + m_Manifest.size()) ||
-      (address >= XmlAddress && address < XmlAddress + m_XmlFile.size()))
+  if (Overlaps(address, size, ManifestAddress, m_Manifest.size()) ||
+      Overlaps(address, size, XmlAddress, m_XmlFile.size()))
     return GenCP::StatusWriteProtect;
   return GenCP::StatusInvalidAddress;
 }
@@ -528,8 +574,7 @@ std::uint16_t CCameraModel::WriteAbrm(std::uint64_t address, const std::uint8_t*
                                       std::size_t size, SAfterAck& after) {
   if (TouchesAbsentAbrm(address, size))
     return GenCP::StatusInvalidAddress;
-  if (address >= Abrm::UserDefinedName &&
-      address + size <= Abrm::UserDefinedName + Abrm::StringSize) {
+  if (Within(address, size, Abrm::UserDefinedName, Abrm::StringSize)) {
     std::memcpy(m_Abrm.data() + address, data, size);
     return GenCP::StatusSuccess;
   }
@@ -615,12 +660,24 @@ std::uint16_t CCameraModel::WriteDevice(std::uint64_t offset, const std::uint8_t
     break;
   case AcquisitionStart:
     SetDev(AcquisitionStatus, 1);
+    if (m_Video)
+      m_Video->Start();
     return GenCP::StatusSuccess;
   case AcquisitionStop:
     SetDev(AcquisitionStatus, 0);
+    if (m_Video)
+      m_Video->Stop();
     return GenCP::StatusSuccess;
   case TriggerSoftware:
+    if (m_Video)
+      m_Video->Trigger();
     return GenCP::StatusSuccess;
+  case AcquisitionFrameCount:
+    ok = v >= 1 && v <= 65535;
+    break;
+  case ClPixelClock:
+    ok = v >= 20000000 && v <= 85000000;
+    break;
   case UserSetSave:
     after.m_WorkMs = m_Options.m_UserSetSaveMs;
     return GenCP::StatusSuccess;
@@ -631,7 +688,7 @@ std::uint16_t CCameraModel::WriteDevice(std::uint64_t offset, const std::uint8_t
     ok = BitsDouble(v) >= 0.0 && BitsDouble(v) <= 24.0;
     break;
   case AcquisitionFrameRate:
-    ok = BitsDouble(v) >= 1.0 && BitsDouble(v) <= 100.0;
+    ok = BitsDouble(v) >= 1.0 && BitsDouble(v) <= 5000.0;
     break;
   default:
     break;
@@ -649,6 +706,8 @@ std::uint16_t CCameraModel::WriteDevice(std::uint64_t offset, const std::uint8_t
     SetDev(Height, std::min(Dev(Height), hLimit));
   }
   UpdateDerived();
+  if (m_Video)
+    m_Video->Update(VideoSettings());
   return GenCP::StatusSuccess;
 }
 
@@ -769,7 +828,7 @@ CCameraModel::SStatistics CCameraModel::Statistics() {
 std::uint32_t CCameraModel::DeviceRegister(std::uint64_t offset) {
   std::lock_guard<std::mutex> lock(m_Mutex);
   UpdateDerived();
-  return offset + 4 <= DeviceSize ? static_cast<std::uint32_t>(Dev(offset)) : 0;
+  return offset <= DeviceSize - 4 ? static_cast<std::uint32_t>(Dev(offset)) : 0;
 }
 
 std::vector<std::uint8_t> CCameraModel::ServedXmlFile() {

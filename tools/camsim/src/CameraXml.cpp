@@ -203,7 +203,8 @@ const std::string& CameraXml() {
     <Length>4</Length>
     <AccessMode>RW</AccessMode>
     <pPort>Device</pPort>
-    <Cachable>NoCache</Cachable>
+    <Cachable>WriteThrough</Cachable>
+    <pInvalidator>BinningHorizontalReg</pInvalidator>
     <Sign>Unsigned</Sign>
     <Endianess>BigEndian</Endianess>
   </IntReg>
@@ -222,7 +223,8 @@ const std::string& CameraXml() {
     <Length>4</Length>
     <AccessMode>RW</AccessMode>
     <pPort>Device</pPort>
-    <Cachable>NoCache</Cachable>
+    <Cachable>WriteThrough</Cachable>
+    <pInvalidator>BinningVerticalReg</pInvalidator>
     <Sign>Unsigned</Sign>
     <Endianess>BigEndian</Endianess>
   </IntReg>
@@ -240,7 +242,9 @@ const std::string& CameraXml() {
     <Length>4</Length>
     <AccessMode>RW</AccessMode>
     <pPort>Device</pPort>
-    <Cachable>NoCache</Cachable>
+    <Cachable>WriteThrough</Cachable>
+    <pInvalidator>BinningVerticalReg</pInvalidator>
+    <pInvalidator>BinningHorizontalReg</pInvalidator>
     <Sign>Unsigned</Sign>
     <Endianess>BigEndian</Endianess>
   </IntReg>
@@ -258,7 +262,9 @@ const std::string& CameraXml() {
     <Length>4</Length>
     <AccessMode>RW</AccessMode>
     <pPort>Device</pPort>
-    <Cachable>NoCache</Cachable>
+    <Cachable>WriteThrough</Cachable>
+    <pInvalidator>BinningHorizontalReg</pInvalidator>
+    <pInvalidator>BinningVerticalReg</pInvalidator>
     <Sign>Unsigned</Sign>
     <Endianess>BigEndian</Endianess>
   </IntReg>
@@ -301,7 +307,7 @@ const std::string& CameraXml() {
     <Length>4</Length>
     <AccessMode>RW</AccessMode>
     <pPort>Device</pPort>
-    <Cachable>NoCache</Cachable>
+    <Cachable>WriteThrough</Cachable>
     <Sign>Unsigned</Sign>
     <Endianess>BigEndian</Endianess>
   </IntReg>
@@ -320,7 +326,7 @@ const std::string& CameraXml() {
     <Length>4</Length>
     <AccessMode>RW</AccessMode>
     <pPort>Device</pPort>
-    <Cachable>NoCache</Cachable>
+    <Cachable>WriteThrough</Cachable>
     <Sign>Unsigned</Sign>
     <Endianess>BigEndian</Endianess>
   </IntReg>
@@ -354,7 +360,7 @@ const std::string& CameraXml() {
     <Length>4</Length>
     <AccessMode>RW</AccessMode>
     <pPort>Device</pPort>
-    <Cachable>NoCache</Cachable>
+    <Cachable>WriteThrough</Cachable>
     <Sign>Unsigned</Sign>
     <Endianess>BigEndian</Endianess>
   </IntReg>
@@ -370,13 +376,19 @@ const std::string& CameraXml() {
     <Length>4</Length>
     <AccessMode>RO</AccessMode>
     <pPort>Device</pPort>
-    <Cachable>NoCache</Cachable>
+    <Cachable>WriteThrough</Cachable>
+    <pInvalidator>WidthReg</pInvalidator>
+    <pInvalidator>HeightReg</pInvalidator>
+    <pInvalidator>PixelFormatReg</pInvalidator>
+    <pInvalidator>BinningHorizontalReg</pInvalidator>
+    <pInvalidator>BinningVerticalReg</pInvalidator>
     <Sign>Unsigned</Sign>
     <Endianess>BigEndian</Endianess>
   </IntReg>
   <Category Name="AcquisitionControl" NameSpace="Standard">
     <ToolTip>Image acquisition</ToolTip>
     <pFeature>AcquisitionMode</pFeature>
+    <pFeature>AcquisitionFrameCount</pFeature>
     <pFeature>AcquisitionStart</pFeature>
     <pFeature>AcquisitionStop</pFeature>
     <pFeature>AcquisitionFrameRate</pFeature>
@@ -402,6 +414,23 @@ const std::string& CameraXml() {
   <IntReg Name="AcquisitionModeReg">
     <Visibility>Invisible</Visibility>
     <Address>0x0001003C</Address>
+    <Length>4</Length>
+    <AccessMode>RW</AccessMode>
+    <pPort>Device</pPort>
+    <Cachable>WriteThrough</Cachable>
+    <Sign>Unsigned</Sign>
+    <Endianess>BigEndian</Endianess>
+  </IntReg>
+  <Integer Name="AcquisitionFrameCount" NameSpace="Standard">
+    <ToolTip>Frames per start in MultiFrame mode</ToolTip>
+    <Visibility>Beginner</Visibility>
+    <pValue>AcquisitionFrameCountReg</pValue>
+    <Min>1</Min>
+    <Max>65535</Max>
+  </Integer>
+  <IntReg Name="AcquisitionFrameCountReg">
+    <Visibility>Invisible</Visibility>
+    <Address>0x00010080</Address>
     <Length>4</Length>
     <AccessMode>RW</AccessMode>
     <pPort>Device</pPort>
@@ -443,7 +472,7 @@ const std::string& CameraXml() {
     <ToolTip>Frame rate</ToolTip>
     <pValue>AcquisitionFrameRateReg</pValue>
     <Min>1.0</Min>
-    <Max>100.0</Max>
+    <Max>5000.0</Max>
     <Unit>Hz</Unit>
   </Float>
   <FloatReg Name="AcquisitionFrameRateReg">
@@ -555,6 +584,7 @@ const std::string& CameraXml() {
     <ToolTip>Camera Link transport</ToolTip>
     <pFeature>ClSerialPortBaudRate</pFeature>
     <pFeature>ClTapGeometry</pFeature>
+    <pFeature>ClPixelClock</pFeature>
     <pFeature>TLParamsLocked</pFeature>
   </Category>
   <Enumeration Name="ClSerialPortBaudRate" NameSpace="Standard">
@@ -630,6 +660,24 @@ const std::string& CameraXml() {
     <Sign>Unsigned</Sign>
     <Endianess>BigEndian</Endianess>
   </IntReg>
+  <Integer Name="ClPixelClock" NameSpace="Custom">
+    <ToolTip>Pixel clock of the Camera Link video</ToolTip>
+    <Visibility>Expert</Visibility>
+    <pValue>ClPixelClockReg</pValue>
+    <Min>20000000</Min>
+    <Max>85000000</Max>
+    <Unit>Hz</Unit>
+  </Integer>
+  <IntReg Name="ClPixelClockReg">
+    <Visibility>Invisible</Visibility>
+    <Address>0x00010084</Address>
+    <Length>4</Length>
+    <AccessMode>RW</AccessMode>
+    <pPort>Device</pPort>
+    <Cachable>WriteThrough</Cachable>
+    <Sign>Unsigned</Sign>
+    <Endianess>BigEndian</Endianess>
+  </IntReg>
   <Integer Name="TLParamsLocked" NameSpace="Standard">
     <ToolTip>Locks the parameters the transport depends on while 1</ToolTip>
     <Visibility>Invisible</Visibility>
@@ -643,7 +691,7 @@ const std::string& CameraXml() {
     <Length>4</Length>
     <AccessMode>RW</AccessMode>
     <pPort>Device</pPort>
-    <Cachable>NoCache</Cachable>
+    <Cachable>WriteThrough</Cachable>
     <Sign>Unsigned</Sign>
     <Endianess>BigEndian</Endianess>
   </IntReg>

@@ -1,12 +1,14 @@
 #pragma once
 #include <camsim/CamSimDef.h>
 #include <camsim/CameraOptions.h>
+#include <camsim/VideoSource.h>
 
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -15,7 +17,8 @@ namespace camsim {
 //! A GenCP camera on a serial line, as a byte stream: it consumes what the host writes and
 //! produces what the host reads. Bootstrap registers, serial bootstrap registers with the baud
 //! switch, heartbeat, manifest and its own description (plain or zipped), a device register
-//! block with the acquisition features, pacing at the current baud rate, and fault injection.
+//! block with the acquisition features, pacing at the current baud rate, fault injection, and
+//! (when asked for) video on the simulated Camera Link cable of a board and channel.
 //! Thread-safe: every public member takes the model's own lock.
 class CAMSIM_API CCameraModel {
 public:
@@ -37,10 +40,12 @@ public:
   static constexpr std::uint64_t SbrmAddress = 0x00018000;
   static constexpr std::uint64_t ManifestAddress = 0x00019000;
   static constexpr std::uint64_t DeviceBase = 0x00010000;
-  static constexpr std::uint64_t DeviceSize = 0x80;
+  static constexpr std::uint64_t DeviceSize = 0x100;
   static constexpr std::uint64_t XmlAddress = 0x00100000;
 
+  //! Throws std::runtime_error when video is asked for and its channel is served elsewhere.
   explicit CCameraModel(SCameraOptions options = {});
+  ~CCameraModel();
   CCameraModel(const CCameraModel&) = delete;
   CCameraModel& operator=(const CCameraModel&) = delete;
 
@@ -105,6 +110,7 @@ private:
                             SAfterAck& after);
   std::uint16_t RequestBaud(std::uint32_t bit, SAfterAck& after);
   void UpdateDerived();
+  SVideoSettings VideoSettings() const;
   std::uint64_t Dev(std::uint64_t offset, std::size_t size = 4) const;
   void SetDev(std::uint64_t offset, std::uint64_t value, std::size_t size = 4);
 
@@ -145,6 +151,8 @@ private:
   SFaultPlan m_Faults;
   std::uint64_t m_AckCount = 0;
   SStatistics m_Stats;
+  //! The video output when the options ask for one; its lock nests inside m_Mutex.
+  std::unique_ptr<CVideoSource> m_Video;
 };
 
 } // namespace camsim

@@ -42,6 +42,13 @@ struct SCameraOptions {
   std::chrono::milliseconds m_BaudConfirmWindow{250};
   std::uint32_t m_SensorWidth = 1280;
   std::uint32_t m_SensorHeight = 1024;
+  //! Sends video over the cable of this board and channel (VideoCable::CableName) while
+  //! acquisition runs.
+  bool m_Video = false;
+  std::uint32_t m_VideoBoard = 0;
+  std::uint32_t m_VideoChannel = 0;
+  //! Frame slots of the cable: how many frames a slow grabber may lag behind.
+  std::uint32_t m_VideoSlots = 4;
   SFaultPlan m_Faults;
 };
 

@@ -1,0 +1,58 @@
+#pragma once
+#include <videocable/CableLayout.h>
+#include <videocable/CableSegment.h>
+
+#include <mutex>
+
+namespace VideoCable {
+
+//! A grabber's end of a cable. Attach, Detach, Next and Release belong to one thread (the
+//! grabber's delivery thread); Wake may come from any thread.
+class CCableReader {
+public:
+  //! A claimed frame: its data stay untouched by the camera until Release.
+  struct SFrame {
+    SFrameInfo m_Info;
+    const std::uint8_t* m_pData = nullptr;
+    SSlot* m_pSlot = nullptr;
+  };
+  enum class EResult { Frame, Nothing, Gone };
+
+  CCableReader() = default;
+  ~CCableReader();
+  CCableReader(const CCableReader&) = delete;
+  CCableReader& operator=(const CCableReader&) = delete;
+
+  //! Maps the cable `name` when a running camera serves it; frames sent before are skipped.
+  bool Attach(const std::string& name);
+  void Detach();
+  bool Attached() const { return m_Header != nullptr; }
+  //! Frames already on the cable count as seen: the next frame is one sent after this call.
+  void SkipToNow();
+
+  //! The oldest unread frame, claimed; else waits up to `timeout` for one. Returns Nothing on
+  //! time-out, on a Wake and when `cancel` is set; Gone when the camera has left the cable.
+  EResult Next(std::chrono::milliseconds timeout, const std::atomic<bool>& cancel, SFrame& frame);
+  void Release(SFrame& frame);
+  //! Ends a Next that waits in another thread.
+  void Wake();
+
+  //! Frames the camera sent after SkipToNow that this reader never got.
+  std::uint64_t Lost() const { return m_Lost; }
+  std::uint64_t PixelClock() const;
+  //! Whether the process that writes the cable still runs and has not closed it.
+  bool CameraPresent() const;
+
+private:
+  SSlot* Slot(std::uint32_t index) const;
+
+  CCableSegment m_Segment;
+  SCableHeader* m_Header = nullptr;
+  std::uint64_t m_Last = 0;
+  std::uint64_t m_Lost = 0;
+  // Owned by the reader; held by Attach/Detach (delivery thread) and Wake (any thread) so
+  // that a wake never touches an unmapped header.
+  mutable std::mutex m_MapMutex;
+};
+
+} // namespace VideoCable

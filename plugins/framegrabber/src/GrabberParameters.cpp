@@ -1,0 +1,34 @@
+#include "GrabberParameters.h"
+
+#include <sstream>
+
+namespace FrameGrabber {
+
+bool CGrabberParameters::Parse(const char* text, std::string& error) {
+  m_Board = m_Channel = 0;
+  std::istringstream in(text ? text : "");
+  std::string token;
+  while (in >> token) {
+    const std::size_t eq = token.find('=');
+    if (eq == std::string::npos)
+      continue;
+    const std::string key = token.substr(0, eq);
+    const std::string value = token.substr(eq + 1);
+    std::uint32_t* target = key == "Board" ? &m_Board : key == "Channel" ? &m_Channel : nullptr;
+    if (!target)
+      continue;
+    if (value.empty() || value.size() > 5 ||
+        value.find_first_not_of("0123456789") != std::string::npos || std::stoul(value) > 65535) {
+      error = "bad parameter '" + token + "': " + key + " takes a number from 0 to 65535";
+      return false;
+    }
+    *target = static_cast<std::uint32_t>(std::stoul(value));
+  }
+  return true;
+}
+
+std::string CGrabberParameters::ChannelText() const {
+  return "Board=" + std::to_string(m_Board) + " Channel=" + std::to_string(m_Channel);
+}
+
+} // namespace FrameGrabber

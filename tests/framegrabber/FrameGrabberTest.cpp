@@ -1,0 +1,265 @@
+// The Dravik and Melsor plug-ins loaded as the host loads them, fed by an in-process camera.
+#include "CameraRegisters.h"
+
+#include <camsim/TestPattern.h>
+#include <platform/DynamicLibrary.h>
+#include <vorla/IFrameGrabber.h>
+
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <filesystem>
+#include <map>
+#include <mutex>
+#include <thread>
+
+using namespace camtest;
+using camsim::CCameraModel;
+using camsim::CTestPattern;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+namespace {
+
+//! Plays the transport layer's stream grabber: checks every frame, keeps node registrations.
+class CTestCallee : public Vorla::FgCallee {
+public:
+  bool FrameReady(const Vorla::FrameDescriptor& d) override {
+    std::unique_lock<std::mutex> lock(m_Mutex);
+    EXPECT_FALSE(m_InFrame) << "two deliveries at once";
+    m_InFrame = true;
+    const CTestPattern::SGeometry geometry = m_Geometry;
+    const milliseconds delay = m_Delay;
+    lock.unlock();
+    m_Changed.notify_all();
+    const auto* data = static_cast<const std::uint8_t*>(d.m_pData);
+    const bool good = d.m_LineLength * static_cast<std::uint64_t>(d.m_LineCount) ==
+                          CTestPattern::FrameSize(geometry) &&
+                      CTestPattern::Check(data, d.m_TotalSize, geometry, d.m_LinePitch);
+    std::this_thread::sleep_for(delay);
+    lock.lock();
+    m_Frames.push_back(d);
+    m_Numbers.push_back(CTestPattern::FrameNumber(data, d.m_TotalSize));
+    m_Bad += good ? 0 : 1;
+    m_InFrame = false;
+    m_Changed.notify_all();
+    return false;
+  }
+  uintptr_t RegisterNodeCallback(const char* name, Vorla::PluginNodeCallback callback,
+                                 uint64_t context, uint32_t cookie) override {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_Nodes[name] = {callback, context, cookie};
+    return m_Nodes.size();
+  }
+  bool DeregisterNodeCallback(uintptr_t handle) override {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    ++m_Deregistered;
+    return handle != 0;
+  }
+  //! What the stream grabber's node-change handler does when the camera node changes.
+  void Fire(const std::string& node, int64_t value) {
+    SNode n;
+    {
+      std::lock_guard<std::mutex> lock(m_Mutex);
+      ASSERT_TRUE(m_Nodes.count(node)) << node;
+      n = m_Nodes[node];
+    }
+    n.m_Callback(value, n.m_Context, n.m_Cookie);
+  }
+  bool WaitFor(const std::function<bool()>& condition) {
+    std::unique_lock<std::mutex> lock(m_Mutex);
+    return m_Changed.wait_for(lock, std::chrono::seconds(5), condition);
+  }
+  std::size_t Frames() {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_Frames.size();
+  }
+
+  struct SNode {
+    Vorla::PluginNodeCallback m_Callback = nullptr;
+    uint64_t m_Context = 0;
+    uint32_t m_Cookie = 0;
+  };
+  // Owned by the callee; guards everything below.
+  std::mutex m_Mutex;
+  std::condition_variable m_Changed;
+  CTestPattern::SGeometry m_Geometry{256, 64, 0, 0, Mono8};
+  milliseconds m_Delay{0};
+  bool m_InFrame = false;
+  std::vector<Vorla::FrameDescriptor> m_Frames;
+  std::vector<std::uint64_t> m_Numbers;
+  int m_Bad = 0;
+  std::map<std::string, SNode> m_Nodes;
+  int m_Deregistered = 0;
+};
+
+struct SPlugin {
+  const char* m_Name;
+  bool m_Pitched;
+};
+
+class FrameGrabber : public ::testing::TestWithParam<SPlugin> {
+protected:
+  void SetUp() override {
+    const char* build = std::getenv("VORLA_TEST_BUILD_DIR");
+    const std::filesystem::path root =
+        build ? std::filesystem::path(build)
+              : std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path();
+    const std::string path = (root / "lib/vorla/fg" / GetParam().m_Name).string() +
+                             Vorla::Platform::CDynamicLibrary::Suffix();
+    ASSERT_TRUE(m_Library.Load(path)) << m_Library.LastError();
+    const auto create = reinterpret_cast<Vorla::CreateFrameGrabberObjectFunction>(
+        m_Library.Symbol(Vorla::CreateFrameGrabberObjectName));
+    m_Destroy = reinterpret_cast<Vorla::DestroyFrameGrabberObjectFunction>(
+        m_Library.Symbol(Vorla::DestroyFrameGrabberObjectName));
+    ASSERT_TRUE(create && m_Destroy);
+    m_Grabber = create(Parameters().c_str());
+    ASSERT_NE(m_Grabber, nullptr);
+    m_Camera = std::make_unique<CCameraModel>(VideoOptions(2));
+    ASSERT_EQ(WriteFrameRate(*m_Camera, 500.0), 0);
+  }
+  void TearDown() override {
+    if (m_Grabber)
+      m_Destroy(m_Grabber);
+  }
+  static std::string Parameters(std::uint32_t channel = 2) {
+    return "Sapera Board=" + std::to_string(VideoOptions(channel).m_VideoBoard) +
+           " Channel=" + std::to_string(channel);
+  }
+  std::string ErrorText() {
+    const size_t length = m_Grabber->GetLastErrorText(nullptr, 0);
+    std::string text(length + 1, '?');
+    EXPECT_EQ(m_Grabber->GetLastErrorText(&text[0], length + 1), length);
+    EXPECT_EQ(text[length], 0);
+    text.resize(length);
+    return text;
+  }
+  void StartGrabbing() {
+    ASSERT_TRUE(m_Grabber->Open(Parameters().c_str(), &m_Callee)) << ErrorText();
+    ASSERT_TRUE(m_Grabber->StartGrab()) << ErrorText();
+    ASSERT_EQ(WriteRegister(*m_Camera, AcquisitionStart, 1), 0);
+  }
+  bool WaitFrames(std::size_t n) {
+    return m_Callee.WaitFor([&] { return m_Callee.m_Frames.size() >= n; });
+  }
+
+  Vorla::Platform::CDynamicLibrary m_Library;
+  Vorla::DestroyFrameGrabberObjectFunction m_Destroy = nullptr;
+  Vorla::IFrameGrabber* m_Grabber = nullptr;
+  std::unique_ptr<CCameraModel> m_Camera;
+  CTestCallee m_Callee;
+};
+
+} // namespace
+
+TEST_P(FrameGrabber, DeliversWholeFramesInOrderInItsLineLayout) {
+  StartGrabbing();
+  ASSERT_TRUE(WaitFrames(10));
+  ASSERT_TRUE(m_Grabber->StopGrab());
+  std::lock_guard<std::mutex> lock(m_Callee.m_Mutex);
+  EXPECT_EQ(m_Callee.m_Bad, 0);
+  for (std::size_t i = 0; i < m_Callee.m_Frames.size(); ++i) {
+    const Vorla::FrameDescriptor& d = m_Callee.m_Frames[i];
+    EXPECT_EQ(d.m_LineCount, 64);
+    EXPECT_EQ(d.m_LineLength, 256u);
+    EXPECT_EQ(d.m_FrameValue, static_cast<int32_t>(m_Callee.m_Numbers[i]));
+    if (i) {
+      EXPECT_GT(m_Callee.m_Numbers[i], m_Callee.m_Numbers[i - 1]);
+    }
+    if (GetParam().m_Pitched) {
+      EXPECT_EQ(d.m_LinePitch % 256, 0u);
+      EXPECT_GT(d.m_LinePitch, d.m_LineLength);
+      EXPECT_EQ(d.m_TotalSize, d.m_LinePitch * 64);
+    } else {
+      EXPECT_EQ(d.m_LinePitch, d.m_LineLength);
+      EXPECT_EQ(d.m_TotalSize, 256u * 64);
+    }
+  }
+  const auto lost = m_Grabber->QueryValue(0xC201);
+  EXPECT_EQ(static_cast<std::uint64_t>(m_Grabber->QueryValue(0xC200)), m_Callee.m_Frames.size());
+  EXPECT_EQ(m_Callee.m_Numbers.back() - m_Callee.m_Numbers.front() + 1,
+            m_Callee.m_Frames.size() + static_cast<std::uint64_t>(lost));
+}
+
+TEST_P(FrameGrabber, FollowsTheCameraThroughNodeCallbacks) {
+  StartGrabbing();
+  {
+    std::lock_guard<std::mutex> lock(m_Callee.m_Mutex);
+    for (const char* node : {"Width", "Height", "PixelFormat", "ClPixelClock"})
+      EXPECT_TRUE(m_Callee.m_Nodes.count(node)) << node;
+  }
+  EXPECT_EQ(m_Grabber->QueryValue(Vorla::FgValuePixelClock), 85000000);
+  m_Callee.Fire("ClPixelClock", 40000000);
+  EXPECT_EQ(m_Grabber->QueryValue(Vorla::FgValuePixelClock), 40000000);
+
+  // A new picture size: once the grabber hears of it, only frames of the new size follow.
+  ASSERT_TRUE(WaitFrames(2));
+  {
+    std::lock_guard<std::mutex> lock(m_Callee.m_Mutex);
+    m_Callee.m_Geometry = {128, 64, 0, 0, Mono16};
+  }
+  ASSERT_EQ(WriteRegister(*m_Camera, Width, 128), 0);
+  ASSERT_EQ(WriteRegister(*m_Camera, PixelFormat, Mono16), 0);
+  m_Callee.Fire("PixelFormat", Mono16);
+  const std::size_t after = m_Callee.Frames();
+  ASSERT_TRUE(WaitFrames(after + 3));
+  {
+    std::lock_guard<std::mutex> lock(m_Callee.m_Mutex);
+    EXPECT_LE(m_Callee.m_Bad, 1) << "at most the frame under way when the callback came";
+    EXPECT_EQ(m_Callee.m_Frames.back().m_LineLength, 256u);
+    EXPECT_EQ(m_Callee.m_Frames.back().m_FrameValue,
+              static_cast<int32_t>(m_Callee.m_Numbers.back()));
+  }
+  m_Grabber->Close();
+  EXPECT_EQ(m_Callee.m_Deregistered, 4);
+}
+
+TEST_P(FrameGrabber, StopGrabReturnsAfterTheDeliveryUnderWay) {
+  m_Callee.m_Delay = milliseconds(50);
+  StartGrabbing();
+  ASSERT_TRUE(m_Callee.WaitFor([&] { return m_Callee.m_InFrame; }));
+  ASSERT_TRUE(m_Grabber->StopGrab());
+  const std::size_t frames = m_Callee.Frames();
+  EXPECT_FALSE(m_Callee.m_InFrame);
+  std::this_thread::sleep_for(milliseconds(60));
+  EXPECT_EQ(m_Callee.Frames(), frames);
+}
+
+// The simulator goes away mid-grab and comes back: the grab neither hangs nor needs a restart.
+TEST_P(FrameGrabber, SurvivesTheCameraLeavingAndComingBack) {
+  StartGrabbing();
+  ASSERT_TRUE(WaitFrames(1));
+  m_Camera.reset();
+  m_Camera = std::make_unique<CCameraModel>(VideoOptions(2));
+  ASSERT_EQ(WriteFrameRate(*m_Camera, 500.0), 0);
+  ASSERT_EQ(WriteRegister(*m_Camera, AcquisitionStart, 1), 0);
+  const std::size_t before = m_Callee.Frames();
+  ASSERT_TRUE(WaitFrames(before + 3));
+  m_Camera.reset();
+  const auto start = steady_clock::now();
+  EXPECT_TRUE(m_Grabber->StopGrab());
+  EXPECT_LT(steady_clock::now() - start, std::chrono::seconds(1));
+}
+
+TEST_P(FrameGrabber, FailuresCarryTheirReason) {
+  const std::string board = std::to_string(VideoOptions(9).m_VideoBoard);
+  EXPECT_FALSE(m_Grabber->StartGrab());
+  EXPECT_EQ(ErrorText(),
+            std::string(GetParam().m_Pitched ? "Dravik" : "Melsor") + " grabber is not open");
+  EXPECT_FALSE(m_Grabber->Open("Sapera Board=1x", &m_Callee));
+  EXPECT_EQ(ErrorText(), "bad parameter 'Board=1x': Board takes a number from 0 to 65535");
+  ASSERT_TRUE(m_Grabber->Open(Parameters(9).c_str(), &m_Callee));
+  EXPECT_EQ(m_Grabber->QueryValue(Vorla::FgValuePixelClock), 0); // no camera to ask
+  EXPECT_FALSE(m_Grabber->StartGrab());
+  EXPECT_EQ(ErrorText(), "no camera video on channel Board=" + board +
+                             " Channel=9 (no camera simulator serves 'vorla-cable-" + board +
+                             "-9')");
+  char small[5];
+  EXPECT_EQ(m_Grabber->GetLastErrorText(small, sizeof small), 4u);
+  EXPECT_STREQ(small, "no c");
+}
+
+INSTANTIATE_TEST_SUITE_P(Plugins, FrameGrabber,
+                         ::testing::Values(SPlugin{"Dravik_MD_VC80", true},
+                                           SPlugin{"Melsor_MD_VC80", false}),
+                         [](const auto& info) { return std::string(info.param.m_Name, 6); });

@@ -1,0 +1,58 @@
+#!/usr/bin/env bash
+# vorla-cl grab through the whole product: a simulated camera on a pseudo-terminal with its video
+# on a cable of its own, both frame-grabber plug-ins, PNG files, and the explanations on failure.
+# Usage: vorla_cl_grab.sh <bin folder>
+set -euo pipefail
+bin=$1
+work=$(mktemp -d)
+board=$$
+coproc CAMSIM { exec "$bin/vorla-camsim" --serial SN7 --ignore-stdin --board "$board" --channel 3 \
+  --sensor-width 320 --sensor-height 240 2>/dev/null; }
+trap 'kill "$CAMSIM_PID" 2>/dev/null || true; wait 2>/dev/null || true; rm -rf "$work"' EXIT
+read -r -t 10 pty <&"${CAMSIM[0]}"
+port="TTY#${pty#/dev/}"
+bind() {
+  echo "<Bindings><Port><ID>$port</ID><Enabled>yes</Enabled><Manufacturer>Hexmar</Manufacturer>
+        <DeviceSpecificString>$1</DeviceSpecificString></Port></Bindings>" \
+    >"$work/PortConfiguration_x64.xml"
+  touch -d "+$2 seconds" "$work/PortConfiguration_x64.xml"
+}
+export CLSERTTY_PORTS=$pty VORLA_CL_BINDINGS=$work XDG_CONFIG_DIRS=$work/none
+
+passed=0
+fail() { echo "FAILED: $*"; exit 1; }
+run() {
+  local want=$1 status=0
+  shift
+  out=$("$bin/vorla-cl" "$@" 2>&1) || status=$?
+  [ "$status" -eq "$want" ] || fail "vorla-cl $* exited $status, not $want: $out"
+}
+expect() { grep -qF -- "$1" <<<"$out" || fail "no '$1' in: $out"; passed=$((passed + 1)); }
+
+# Dravik: five pictures, whole and under their names only.
+bind "Sapera Board=$board Channel=3" 1
+mkdir "$work/png"
+run 0 grab -n 5 -o "$work/png/f-###.png" --buffers 3
+expect "5 frames grabbed"
+[ "$(ls "$work/png")" = "$(printf 'f-%03d.png\n' 0 1 2 3 4)" ] || fail "files: $(ls "$work/png")"
+for f in "$work"/png/*.png; do
+  [ "$(head -c 8 "$f" | od -An -tx1 | tr -d ' ')" = 89504e470d0a1a0a ] || fail "$f is no PNG"
+done
+passed=$((passed + 1))
+
+# A new geometry between grabs, then Melsor, measuring only.
+run 0 set Width=64 PixelFormat=RGB8
+run 0 grab -n 2 -o "$work/png/rgb.png"
+[ -s "$work/png/rgb-0.png" ] && [ -s "$work/png/rgb-1.png" ] || fail "no RGB pictures"
+passed=$((passed + 1))
+bind "NI-IMAQ Board=$board Channel=3" 2
+run 0 grab -n 3
+expect "3 frames grabbed"
+
+# Failures say why and leave nothing behind.
+run 1 grab -n 1 -o "$work/missing/f.png"
+expect "cannot write '$work/missing/f-0.png': No such file or directory"
+bind "Sapera Board=$board Channel=4" 3
+run 1 grab -n 1
+expect "no camera video on channel Board=$board Channel=4"
+echo "vorla-cl grab: $passed passed, 0 failed"
