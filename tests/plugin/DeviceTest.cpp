@@ -228,7 +228,9 @@ TEST_F(Device, StateErrorsAndMissingPropertiesAreRefusedWithTheirTexts) {
             "Illegal Camera Status, camera not open");
   EXPECT_EQ(CreationError([&] { device->DeregisterRemovalCallback(1001); }),
             "Illegal Camera Status, camera not open");
-  EXPECT_EQ(device->GetNumStreamGrabberChannels(), 0u);
+  // "Sapera" names the Dravik frame-grabber plug-in, which is installed.
+  EXPECT_EQ(device->GetNumStreamGrabberChannels(), 1u);
+  EXPECT_NE(device->GetStreamGrabber(0), nullptr);
   EXPECT_EQ(device->GetStreamGrabber(1), nullptr);
   EXPECT_EQ(m_log.Count("Invalid StreamIndex 1 passed. StreamIndex must be less "
                         "GetNumStreamGrabberChannels()!"),
@@ -253,6 +255,12 @@ TEST_F(Device, StateErrorsAndMissingPropertiesAreRefusedWithTheirTexts) {
     EXPECT_EQ(CreationError([&] { partial.GetNumStreamGrabberChannels(); }),
               "Cannot get DeviceSpecificString from device info.");
   }
+  // A grabber that cannot be made leaves the device without stream channels.
+  CDeviceInfo unknownGrabber;
+  unknownGrabber.SetPropertyValue("DeviceSpecificString", "Matrox Board=0");
+  CVorlaCLSerDevice withoutStream(unknownGrabber, port);
+  EXPECT_EQ(withoutStream.GetNumStreamGrabberChannels(), 0u);
+  EXPECT_EQ(withoutStream.GetStreamGrabber(0), nullptr);
 }
 
 TEST_F(Device, RemovalCallsEveryCallbackOncePerOpeningWithoutTheDeviceLock) {
