@@ -17,12 +17,13 @@ bool CGrabberParameters::Parse(const char* text, std::string& error) {
     std::uint32_t* target = key == "Board" ? &m_Board : key == "Channel" ? &m_Channel : nullptr;
     if (!target)
       continue;
-    if (value.empty() || value.size() > 5 ||
-        value.find_first_not_of("0123456789") != std::string::npos || std::stoul(value) > 65535) {
-      error = "bad parameter '" + token + "': " + key + " takes a number from 0 to 65535";
+    if (value.empty() || value.size() > 10 ||
+        value.find_first_not_of("0123456789") != std::string::npos ||
+        std::stoull(value) > UINT32_MAX) {
+      error = "bad parameter '" + token + "': " + key + " takes a number from 0 to 4294967295";
       return false;
     }
-    *target = static_cast<std::uint32_t>(std::stoul(value));
+    *target = static_cast<std::uint32_t>(std::stoull(value));
   }
   return true;
 }

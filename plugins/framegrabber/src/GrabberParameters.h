@@ -9,7 +9,7 @@ namespace FrameGrabber {
 //! family, e.g. "Sapera") and other keys are left to others. Immutable.
 class CGrabberParameters {
 public:
-  //! False with a reason in `error` for a Board or Channel that is not a number below 65536.
+  //! False with a reason in `error` for a Board or Channel that is not a 32-bit unsigned number.
   bool Parse(const char* text, std::string& error);
   std::uint32_t Board() const { return m_Board; }
   std::uint32_t Channel() const { return m_Channel; }
