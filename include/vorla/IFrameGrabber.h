@@ -82,8 +82,9 @@ public:
   //! Stops delivering; no FrameReady call is under way or follows once it returns. False on
   //! failure.
   virtual bool StopGrab() = 0;
-  //! Copies the last error text (NUL-terminated when it fits) into `buffer` and returns its
-  //! length without the terminator; with (nullptr, 0) only the length.
+  //! The last error text. With (nullptr, 0): its length without the terminator. With a buffer:
+  //! copies at most bufferSize - 1 characters and a terminating NUL, and returns the number of
+  //! characters copied (the host terminates the text at that index).
   virtual size_t GetLastErrorText(char* buffer, size_t bufferSize) = 0;
   //! A value of the grabber by number; FgValuePixelClock is the detected pixel clock in Hz.
   virtual int64_t QueryValue(uint32_t valueNumber) = 0;
