@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Sets up, builds and runs the main job: a simulated Camera Link camera on a pseudo-terminal,
 # a port configuration that enables that port, `vorla-cl list` finding the camera, then the
-# camera opened: its info, a feature set and read back, and its description saved.
+# camera opened: its info, a feature set and read back, its description saved, and three pictures
+# grabbed through the frame-grabber plug-in into PNG files.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 ./scripts/setup.sh
@@ -10,7 +11,8 @@ bin=$PWD/build/default/bin
 
 work=$(mktemp -d)
 coproc CAMSIM { exec "$bin/vorla-camsim" --serial HX0001 --model HX1300; }
-trap 'kill "$CAMSIM_PID" 2>/dev/null || true; wait "$CAMSIM_PID" 2>/dev/null || true; rm -rf "$work"' EXIT
+camsim=$CAMSIM_PID # bash forgets CAMSIM_PID once the process has ended
+trap 'kill "$camsim" 2>/dev/null || true; wait "$camsim" 2>/dev/null || true; rm -rf "$work"' EXIT
 read -r -t 10 pty <&"${CAMSIM[0]}"
 echo "== camera simulator on $pty"
 
@@ -31,3 +33,7 @@ echo "== a feature set and read back"
 "$bin/vorla-cl" -c HX0001 get Width
 echo "== the camera's description"
 "$bin/vorla-cl" -c HX0001 xml -o "$PWD/build/default/HX0001.xml"
+echo "== three pictures through the frame-grabber plug-in"
+"$bin/vorla-cl" -c HX0001 set Height=480
+"$bin/vorla-cl" -c HX0001 grab -n 3 -o "$PWD/build/default/frame-#.png"
+ls -l build/default/frame-*.png
