@@ -94,6 +94,20 @@ private:
   bool m_throws;
 };
 
+// A camera device created directly on a port that the test holds, with the simulator's own
+// description.
+struct COwnPortDevice {
+  explicit COwnPortDevice(const CDeviceInfo& record) {
+    gcstring deviceId;
+    record.GetPropertyValue("DeviceID", deviceId);
+    EXPECT_TRUE(m_port.ConnectDevice(deviceId));
+    m_device = std::make_unique<CVorlaCLSerDevice>(record, m_port);
+    m_device->LoadXMLFromString(camsim::CameraXml(), {});
+  }
+  CVorlaCLSerPort m_port{rig::PortId(0)};
+  std::unique_ptr<CVorlaCLSerDevice> m_device;
+};
+
 } // namespace
 
 TEST_F(Device, OpensReadsWritesAndClosesACameraWithItsDownloadedDescription) {
@@ -165,13 +179,9 @@ TEST_F(Device, BaudRatesThePortCannotDoAreDisabledAndTheFastestOtherIsChosen) {
 
 TEST_F(Device, AutoCloseTimeoutClosesTheIdlePortAndTheNextReadReopensIt) {
   // A device on a port of the test's own, so that the port's state can be looked at.
-  const CDeviceInfo record = Enumerate().at(0);
-  gcstring deviceId;
-  record.GetPropertyValue("DeviceID", deviceId);
-  CVorlaCLSerPort port(rig::PortId(0));
-  ASSERT_TRUE(port.ConnectDevice(deviceId));
-  auto* device = new CVorlaCLSerDevice(record, port);
-  device->LoadXMLFromString(camsim::CameraXml(), {});
+  COwnPortDevice own(Enumerate().at(0));
+  CVorlaCLSerPort& port = own.m_port;
+  CVorlaCLSerDevice* device = own.m_device.get();
   GenApi::INodeMap* tlMap = device->GetTLNodeMap();
   ASSERT_NE(tlMap, nullptr);
   EXPECT_EQ(device->GetTLNodeMap(), tlMap);
@@ -194,7 +204,6 @@ TEST_F(Device, AutoCloseTimeoutClosesTheIdlePortAndTheNextReadReopensIt) {
   device->Close();
   EXPECT_EQ(port.GetAutoCloseTimeout(), 0u);
   EXPECT_EQ(timeout.GetValue(), 200);
-  device->DestroySelf();
 }
 
 TEST_F(Device, AnOpenFollowingAnInactivityCloseFails) {
@@ -524,13 +533,9 @@ TEST_F(Creation, MissingDescriptionsFailWithTheirReasonAndLeaveNothingBehind) {
 }
 
 TEST_F(Device, AutoCloseTimeoutRacingWithRegisterAccessEndsAsTheLastWriteSays) {
-  const CDeviceInfo record = Enumerate().at(0);
-  gcstring deviceId;
-  record.GetPropertyValue("DeviceID", deviceId);
-  CVorlaCLSerPort port(rig::PortId(0));
-  ASSERT_TRUE(port.ConnectDevice(deviceId));
-  auto* device = new CVorlaCLSerDevice(record, port);
-  device->LoadXMLFromString(camsim::CameraXml(), {});
+  COwnPortDevice own(Enumerate().at(0));
+  CVorlaCLSerPort& port = own.m_port;
+  CVorlaCLSerDevice* device = own.m_device.get();
   GenApi::IInteger& timeout = Integer(device->GetTLNodeMap(), "AutoCloseTimeout");
   device->Open(Control);
   GenApi::IInteger& width = Integer(device->GetNodeMap(), "WidthReg");
@@ -557,5 +562,4 @@ TEST_F(Device, AutoCloseTimeoutRacingWithRegisterAccessEndsAsTheLastWriteSays) {
   EXPECT_TRUE(port.IsConnected());
   EXPECT_EQ(m_log.CountContaining("AutoClosing"), 0u); // no timer outlived the last write
   device->Close();
-  device->DestroySelf();
 }

@@ -4,26 +4,11 @@
 # Usage: vorla_cl_camera.sh <bin folder>
 set -euo pipefail
 bin=$1
-work=$(mktemp -d)
-coproc CAMSIM { exec "$bin/vorla-camsim" --serial SN42 --model HX2000 --ignore-stdin; }
-camsim=$CAMSIM_PID # bash forgets CAMSIM_PID when the simulator ends
-trap 'kill "$camsim" 2>/dev/null || true; wait 2>/dev/null || true; rm -rf "$work"' EXIT
-read -r -t 10 pty <&"${CAMSIM[0]}"
-port="TTY#${pty#/dev/}"
+source "$(dirname "$0")/tool_test_support.sh"
+start_simulator --serial SN42 --model HX2000
 echo "<Bindings><Port><ID>$port</ID><Enabled>yes</Enabled></Port></Bindings>" \
   >"$work/PortConfiguration_x64.xml"
-export CLSERTTY_PORTS=$pty VORLA_CL_BINDINGS=$work XDG_CONFIG_DIRS=$work/none
-
-passed=0
-fail() { echo "FAILED: $*"; exit 1; }
-run() {
-  local want=$1 status=0
-  shift
-  out=$("$bin/vorla-cl" "$@" 2>&1) || status=$?
-  [ "$status" -eq "$want" ] || fail "vorla-cl $* exited $status, not $want: $out"
-}
-expect() { grep -qF -- "$1" <<<"$out" || fail "no '$1' in: $out"; passed=$((passed + 1)); }
-expect_line() { grep -qP -- "$1" <<<"$out" || fail "no line like '$1' in: $out"; passed=$((passed + 1)); }
+export VORLA_CL_BINDINGS=$work
 
 # Every way of naming the camera reaches it; the lookup's refusals come through as it words them.
 for camera in 0 SN42 "Hexmar HX2000 on $port" "PortID=$port"; do

@@ -3,24 +3,9 @@
 # explanations when nothing is found. Usage: vorla_cl_list.sh <bin folder>
 set -euo pipefail
 bin=$1
-work=$(mktemp -d)
-coproc CAMSIM { exec "$bin/vorla-camsim" --serial SN42 --model HX2000 --ignore-stdin; }
-trap 'kill "$CAMSIM_PID" 2>/dev/null || true; wait "$CAMSIM_PID" 2>/dev/null || true; rm -rf "$work"' EXIT
-read -r -t 10 pty <&"${CAMSIM[0]}"
-port="TTY#${pty#/dev/}"
-export CLSERTTY_PORTS=$pty XDG_CONFIG_DIRS=$work/none
+source "$(dirname "$0")/tool_test_support.sh"
+start_simulator --serial SN42 --model HX2000
 unset VORLA_CL_BINDINGS
-
-passed=0
-fail() { echo "FAILED: $*"; exit 1; }
-# run STATUS ARGS...: runs vorla-cl, expects the exit status, keeps stdout and stderr in $out.
-run() {
-  local want=$1 status=0
-  shift
-  out=$("$bin/vorla-cl" "$@" 2>&1) || status=$?
-  [ "$status" -eq "$want" ] || fail "vorla-cl $* exited $status, not $want: $out"
-}
-expect() { grep -qF -- "$1" <<<"$out" || fail "no '$1' in: $out"; passed=$((passed + 1)); }
 
 run 2 lsit
 expect "vorla-cl: unknown command 'lsit'; did you mean list?"
@@ -60,7 +45,7 @@ mkfifo "$work/mute"
 exec 4<>"$work/mute"
 "$bin/vorla-camsim" --drop-every 1 --ignore-stdin >&4 &
 mute_pid=$!
-trap 'kill "$CAMSIM_PID" "$mute_pid" 2>/dev/null || true; wait 2>/dev/null || true; rm -rf "$work"' EXIT
+trap 'kill "$camsim" "$mute_pid" 2>/dev/null || true; wait 2>/dev/null || true; rm -rf "$work"' EXIT
 read -r -t 10 mute <&4
 echo "<Bindings><Port><ID>TTY#${mute#/dev/}</ID><Enabled>yes</Enabled></Port></Bindings>" >"$cfg"
 touch -d '+6 seconds' "$cfg"
