@@ -82,6 +82,7 @@ double CFloatBase::GetMax() {
 
 bool CFloatBase::HasInc() {
   AutoLock lock(m_pMap->GetLock());
+  m_pMap->BeginQuery();
   double inc = 0;
   return GetFloatIncV(inc);
 }

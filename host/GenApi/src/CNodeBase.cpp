@@ -199,6 +199,11 @@ void CNodeBase::Fire(ECallbackType type) {
 
 // ---- values
 
+// A node type implements the getter and setter of its own value type (float or integer) and
+// inherits the other one, which converts. The inherited one of its own type means the node has
+// no such value (getters) or cannot be written (setters): never forward back, or the two
+// defaults would call each other until the stack overflows.
+
 int64_t CNodeBase::GetIntV(bool verify, bool ignoreCache) {
   if (IsFloatValue())
     return SaturateToInt64(GetFloatV(verify, ignoreCache));
@@ -206,17 +211,25 @@ int64_t CNodeBase::GetIntV(bool verify, bool ignoreCache) {
 }
 
 double CNodeBase::GetFloatV(bool verify, bool ignoreCache) {
-  return static_cast<double>(GetIntV(verify, ignoreCache));
+  if (!IsFloatValue())
+    return static_cast<double>(GetIntV(verify, ignoreCache));
+  throw GENAPI_NODE_ERROR(LogicalErrorException)("Node '%s' has no numeric value", m_Name.c_str());
 }
 
 void CNodeBase::SetIntV(int64_t value, bool verify) {
   if (IsFloatValue())
     return SetFloatV(static_cast<double>(value), verify);
-  throw GENAPI_NODE_ERROR(LogicalErrorException)("Node '%s' has no numeric value", m_Name.c_str());
+  throw GENAPI_NODE_ERROR(AccessException)("Node is not writable.");
 }
 
 void CNodeBase::SetFloatV(double value, bool verify) {
-  SetIntV(SaturateToInt64(value), verify);
+  if (!IsFloatValue())
+    return SetIntV(SaturateToInt64(value), verify);
+  throw GENAPI_NODE_ERROR(AccessException)("Node is not writable.");
+}
+
+void CNodeBase::CheckWritableTarget() const {
+  CheckWritable();
 }
 
 int64_t CNodeBase::GetIntMinV() {
@@ -235,6 +248,7 @@ bool CNodeBase::IsTrue(const CRef& ref) {
 
 EAccessMode CNodeBase::GetAccessMode() const {
   AutoLock lock(m_pMap->GetLock());
+  m_pMap->BeginQuery();
   if (m_InAccessMode)
     return RW; // a cycle through access-mode references: assume RW, as GenApi does
   m_InAccessMode = true;

@@ -63,6 +63,9 @@ public:
   virtual double GetFloatV(bool verify, bool ignoreCache);
   virtual void SetIntV(int64_t value, bool verify);
   virtual void SetFloatV(double value, bool verify);
+  //! Throws AccessException naming this node unless it is writable now: every node that a write
+  //! reaches on behalf of another checks this, not only the one the application names.
+  void CheckWritableTarget() const;
   virtual int64_t GetIntMinV();
   virtual int64_t GetIntMaxV();
   virtual int64_t GetIntIncV() { return 1; }

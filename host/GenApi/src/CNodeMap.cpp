@@ -91,7 +91,24 @@ const char* CNodeMap::EntryPoint() const {
   return m_Entry.c_str();
 }
 
+void CNodeMap::BeginQuery() const {
+  if (m_Depth == 0) {
+    ++m_Generation;
+    m_Steps = 0;
+  }
+}
+
+void CNodeMap::TooMuchWork() const {
+  m_Steps = 0; // so that the error's own reporting is not refused again
+  throw ::GenICam::ExceptionReporter<::GenICam::RuntimeException>(
+      __FILE__, __LINE__, EntryPoint(), m_EntryNode ? m_EntryNode->Name().c_str() : "")
+      .Report("One operation needs more than %llu evaluation steps; the dependency graph of "
+              "the description is too large",
+              static_cast<unsigned long long>(MaxSteps));
+}
+
 void CNodeMap::PreWrite(CNodeBase* node) {
+  ++m_Generation;
   for (CNodeBase* affected : node->Closure())
     affected->InvalidateOwn();
 }
@@ -119,6 +136,7 @@ INode* CNodeMap::GetNode(const gcstring& Name) const {
 
 void CNodeMap::InvalidateNodes() const {
   AutoLock lock(m_Lock);
+  ++m_Generation;
   for (CNodeBase* node : m_All)
     node->InvalidateOwn();
   for (CPortNode* port : m_Ports)

@@ -35,6 +35,18 @@ public:
   void PostWrite(CNodeBase* node);
   //! "Node.Method()" of the outermost running operation, spelled out only when an error needs it.
   const char* EntryPoint() const;
+  //! Changes when an outermost operation starts and after every write: a value computed under
+  //! the current generation may be reused, so that shared dependencies are evaluated once.
+  uint64_t Generation() const { return m_Generation; }
+  //! Starts a new generation for a query made outside any operation (an access-mode query).
+  void BeginQuery() const;
+  //! Counts one evaluation step of the running operation; a description whose dependency graph
+  //! needs more than MaxSteps for one operation gets an error instead of a hang.
+  void Step() {
+    if (++m_Steps > MaxSteps)
+      TooMuchWork();
+  }
+  static constexpr uint64_t MaxSteps = 1000000;
 
   // ---- INodeMap
   void GetNodes(NodeList_t& Nodes) const override;
@@ -50,6 +62,7 @@ public:
 private:
   friend class CEntryGuard;
   void CheckCycles() const;
+  [[noreturn]] void TooMuchWork() const;
 
   std::string m_DeviceName;
   //! The node-map lock; every public node operation holds it (CEntryGuard).
@@ -65,6 +78,8 @@ private:
   const CNodeBase* m_EntryNode = nullptr; // null for operations of the map itself
   const char* m_EntryMethod = "";
   mutable std::string m_Entry;
+  mutable uint64_t m_Generation = 1;
+  mutable uint64_t m_Steps = 0;
   std::vector<CNodeBase*> m_PendingNodes;
 };
 
