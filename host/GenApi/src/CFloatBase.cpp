@@ -30,6 +30,7 @@ bool CFloatBase::SetProperty(EProp prop, const std::string& text, const CPropAtt
 }
 
 void CFloatBase::CheckAvailable() const {
+  ThrowIfNotImplemented();
   if (!GenApi::IsAvailable(GetAccessMode()))
     throw GENAPI_NODE_ERROR(AccessException)("Node is not available.");
 }

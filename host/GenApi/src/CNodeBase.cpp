@@ -124,22 +124,26 @@ bool CNodeBase::SetProperty(EProp prop, const std::string& text, const CPropAttr
   }
 }
 
-void CNodeBase::Resolve(CRef& ref, const char* what) {
+bool CNodeBase::Resolve(CRef& ref, const char* what, bool required) {
   if (!ref.IsSet())
-    return;
+    return false;
   ref.p = m_pMap->Find(ref.Name);
-  if (!ref.p)
-    throw GENAPI_NODE_ERROR(RuntimeException)("Node '%s': %s refers to the missing node '%s'",
-                                              m_Name.c_str(), what, ref.Name.c_str());
+  if (ref.p)
+    return true;
+  m_pMap->ReportMissing(ref.Name, *this, what);
+  if (required)
+    throw CMissingReference{std::string(what) + " of '" + m_Name +
+                            "' refers to the missing node '" + ref.Name + "'"};
+  return false;
 }
 
 void CNodeBase::Link() {
   Resolve(m_IsImplemented, "pIsImplemented");
   Resolve(m_IsAvailable, "pIsAvailable");
   Resolve(m_IsLocked, "pIsLocked");
-  Resolve(m_Alias, "pAlias");
-  Resolve(m_CastAlias, "pCastAlias");
-  Resolve(m_BlockPolling, "pBlockPolling");
+  Resolve(m_Alias, "pAlias", false);
+  Resolve(m_CastAlias, "pCastAlias", false);
+  Resolve(m_BlockPolling, "pBlockPolling", false);
   for (CRef* ref : {&m_IsImplemented, &m_IsAvailable, &m_IsLocked})
     if (ref->p) {
       if (!ref->p->IsNumeric())
@@ -147,14 +151,13 @@ void CNodeBase::Link() {
                                                   m_Name.c_str(), ref->Name.c_str());
       AddChild(ref->p, false);
     }
-  for (CRef& ref : m_Invalidators) {
-    Resolve(ref, "pInvalidator");
-    ref.p->AddAffected(this);
-  }
-  for (CRef& ref : m_Selected) {
-    Resolve(ref, "pSelected");
-    AddAffected(ref.p);
-  }
+  // Without an invalidator or selected node the node still works; only the edge is missing.
+  for (CRef& ref : m_Invalidators)
+    if (Resolve(ref, "pInvalidator", false))
+      ref.p->AddAffected(this);
+  for (CRef& ref : m_Selected)
+    if (Resolve(ref, "pSelected", false))
+      AddAffected(ref.p);
 }
 
 void CNodeBase::AddChild(CNodeBase* child, bool value) {
@@ -247,6 +250,8 @@ bool CNodeBase::IsTrue(const CRef& ref) {
 // ---- access
 
 EAccessMode CNodeBase::GetAccessMode() const {
+  if (!m_NotImplemented.empty())
+    return NI;
   AutoLock lock(m_pMap->GetLock());
   m_pMap->BeginQuery();
   if (m_InAccessMode)
@@ -270,12 +275,20 @@ const char* CNodeBase::EntryPoint() const {
   return m_pMap->EntryPoint();
 }
 
+void CNodeBase::ThrowIfNotImplemented() const {
+  if (!m_NotImplemented.empty())
+    throw GENAPI_NODE_ERROR(AccessException)("Node is not implemented: %s.",
+                                             m_NotImplemented.c_str());
+}
+
 void CNodeBase::CheckReadable() const {
+  ThrowIfNotImplemented();
   if (!GenApi::IsReadable(GetAccessMode()))
     throw GENAPI_NODE_ERROR(AccessException)("Node is not readable.");
 }
 
 void CNodeBase::CheckWritable() const {
+  ThrowIfNotImplemented();
   if (!GenApi::IsWritable(GetAccessMode()))
     throw GENAPI_NODE_ERROR(AccessException)("Node is not writable.");
 }

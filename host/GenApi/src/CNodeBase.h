@@ -28,6 +28,12 @@ class CNodeMap;
                                              (owner).Name().c_str())                               \
       .Report
 
+//! Thrown while linking when a node needs a node the description does not define; the map
+//! catches it and marks the node not implemented.
+struct CMissingReference {
+  std::string Reason;
+};
+
 class CNodeBase : public virtual INode, public virtual IValue {
 public:
   CNodeBase(CNodeMap& map, ENodeType type);
@@ -46,12 +52,19 @@ public:
   virtual void Link();
   //! Nodes owned by this one that the map must link too (entries, inline formulas).
   virtual void CollectOwned(std::vector<CNodeBase*>& owned) { (void)owned; }
-  void Resolve(CRef& ref, const char* what);
+  //! Finds the node `ref` names. A missing one is warned about once per name; a `required` one
+  //! throws CMissingReference (the node becomes not implemented), another is left null.
+  bool Resolve(CRef& ref, const char* what, bool required = true);
+  //! Makes this node not implemented for `reason`, which its errors then give.
+  void MarkNotImplemented(const std::string& reason) { m_NotImplemented = reason; }
+  const std::string& NotImplementedReason() const { return m_NotImplemented; }
   //! Declares that this node reads `child`; `value` edges must not form cycles.
   void AddChild(CNodeBase* child, bool value = true);
   void AddAffected(CNodeBase* node);
   const std::vector<CNodeBase*>& ValueChildren() const { return m_ValueChildren; }
   const std::vector<CNodeBase*>& Affected() const { return m_Affected; }
+  //! The nodes that read this one.
+  const std::vector<CNodeBase*>& Parents() const { return m_Parents; }
   const std::vector<CRef>& Invalidators() const { return m_Invalidators; }
   const std::vector<CRef>& Selected() const { return m_Selected; }
   CNodeMap& Map() const { return *m_pMap; }
@@ -82,7 +95,8 @@ public:
   void Fire(ECallbackType type);
   bool m_Pending = false; // queued for the callbacks of the running operation
   bool m_IsFeature = false;
-  uint8_t m_Mark = 0; // cycle check
+  uint8_t m_Mark = 0;        // cycle check
+  uint32_t m_ChainDepth = 0; // cycle check: the longest chain of value edges from here
   int64_t m_PollingTime = -1;
   int64_t m_PollElapsed = 0;
   CRef m_BlockPolling;
@@ -124,6 +138,8 @@ public:
 
 protected:
   const char* EntryPoint() const;
+  //! Throws AccessException saying why when the node is not implemented for lack of a node.
+  void ThrowIfNotImplemented() const;
   //! Throws AccessException unless the node is readable / writable now.
   void CheckReadable() const;
   void CheckWritable() const;
@@ -149,6 +165,7 @@ private:
   std::vector<CNodeBase*> m_Closure;
   bool m_ClosureValid = false;
   mutable bool m_InAccessMode = false;
+  std::string m_NotImplemented; // why the node is not implemented, empty when it is
   std::vector<std::shared_ptr<CNodeCallback>> m_Callbacks;
 };
 

@@ -2,6 +2,9 @@
 
 #include "CEntryGuard.h"
 #include "CPortNode.h"
+#include "Log.h"
+
+#include <algorithm>
 
 namespace GenApi {
 
@@ -10,14 +13,30 @@ CNodeMap::CNodeMap(const std::string& deviceName) : m_DeviceName(deviceName) {}
 CNodeMap::~CNodeMap() = default;
 
 void CNodeMap::AddNode(std::unique_ptr<CNodeBase> node) {
-  auto& slot = m_Defined[node->Name()];
-  if (slot) {
-    if (slot->m_DocIndex == node->m_DocIndex)
-      throw RUNTIME_EXCEPTION("Node '%s' is defined twice", node->Name().c_str());
-    if (slot->m_MergePriority > node->m_MergePriority)
-      return; // the earlier description wins
+  const auto found = m_Lookup.find(node->Name());
+  if (found == m_Lookup.end()) {
+    m_Lookup.emplace(node->Name(), node.get());
+    m_Defined.push_back(std::move(node));
+    return;
   }
-  slot = std::move(node);
+  CNodeBase* earlier = found->second;
+  if (earlier->m_DocIndex == node->m_DocIndex)
+    throw RUNTIME_EXCEPTION("Node '%s' is defined twice", node->Name().c_str());
+  if (earlier->m_MergePriority > node->m_MergePriority)
+    return;              // the earlier description wins
+  m_Lookup.erase(found); // its key is the earlier node's name
+  m_Lookup.emplace(node->Name(), node.get());
+  for (auto& slot : m_Defined)
+    if (slot.get() == earlier)
+      slot = std::move(node);
+}
+
+void CNodeMap::ReportMissing(const std::string& missing, const CNodeBase& node, const char* what) {
+  if (m_Missing.insert(missing).second)
+    LogWarning("GenApi.Loader",
+               "The description refers to the missing node '%s' (%s of '%s'); the nodes that "
+               "need it are not implemented",
+               missing.c_str(), what, node.Name().c_str());
 }
 
 CNodeBase* CNodeMap::Find(const std::string& name) const {
@@ -26,23 +45,38 @@ CNodeBase* CNodeMap::Find(const std::string& name) const {
 }
 
 void CNodeMap::Link() {
-  m_Lookup.clear();
   m_All.clear();
-  m_Lookup.reserve(m_Defined.size() * 2);
-  for (const auto& entry : m_Defined) {
-    m_Lookup.emplace(entry.first, entry.second.get());
-    m_All.push_back(entry.second.get());
-  }
+  m_All.reserve(m_Defined.size() * 2);
+  for (const auto& node : m_Defined)
+    m_All.push_back(node.get());
   for (size_t i = 0; i < m_All.size(); ++i)
     m_All[i]->CollectOwned(m_All);
   // Owned nodes with a name (enumeration entries) are found by it unless a node took the name.
   for (size_t i = m_Defined.size(); i < m_All.size(); ++i)
     if (m_All[i]->Type() == ENodeType::EnumEntry)
       m_Lookup.emplace(m_All[i]->Name(), m_All[i]);
-  for (CNodeBase* node : m_All)
-    node->Link();
+  std::vector<CNodeBase*> broken;
   for (CNodeBase* node : m_All) {
-    if (node->m_PollingTime > 0)
+    try {
+      node->Link();
+    } catch (const CMissingReference& missing) {
+      node->MarkNotImplemented(missing.Reason);
+      broken.push_back(node);
+    }
+  }
+  // Whatever reads a node that is not implemented is not implemented either, for the same
+  // reason; an enumeration merely loses the entry.
+  for (size_t i = 0; i < broken.size(); ++i) {
+    for (CNodeBase* node : broken[i]->Parents()) {
+      if (!node->NotImplementedReason().empty() ||
+          (broken[i]->Type() == ENodeType::EnumEntry && node->Type() == ENodeType::Enumeration))
+        continue;
+      node->MarkNotImplemented(broken[i]->NotImplementedReason());
+      broken.push_back(node);
+    }
+  }
+  for (CNodeBase* node : m_All) {
+    if (node->m_PollingTime > 0 && node->NotImplementedReason().empty())
       m_Polled.push_back(node);
     if (node->Type() == ENodeType::Port)
       m_Ports.push_back(static_cast<CPortNode*>(node));
@@ -65,6 +99,13 @@ void CNodeMap::CheckCycles() const {
       auto& top = stack.back();
       const auto& children = top.first->ValueChildren();
       if (top.second == children.size()) {
+        uint32_t depth = 0;
+        for (const CNodeBase* child : children)
+          depth = std::max(depth, child->m_ChainDepth);
+        top.first->m_ChainDepth = depth + 1;
+        if (depth + 1 > maxDepth)
+          throw RUNTIME_EXCEPTION("Node '%s': dependency chain deeper than %zu nodes",
+                                  top.first->Name().c_str(), maxDepth);
         top.first->m_Mark = 2;
         stack.pop_back();
         continue;
@@ -110,7 +151,8 @@ void CNodeMap::TooMuchWork() const {
 void CNodeMap::PreWrite(CNodeBase* node) {
   ++m_Generation;
   for (CNodeBase* affected : node->Closure())
-    affected->InvalidateOwn();
+    if (affected->NotImplementedReason().empty()) // may lack the nodes it would invalidate
+      affected->InvalidateOwn();
 }
 
 void CNodeMap::PostWrite(CNodeBase* node) {
@@ -138,7 +180,8 @@ void CNodeMap::InvalidateNodes() const {
   AutoLock lock(m_Lock);
   ++m_Generation;
   for (CNodeBase* node : m_All)
-    node->InvalidateOwn();
+    if (node->NotImplementedReason().empty())
+      node->InvalidateOwn();
   for (CPortNode* port : m_Ports)
     port->InvalidateCache();
 }
@@ -159,7 +202,8 @@ bool CNodeMap::Connect(IPort* pPort) const {
 void CNodeMap::Poll(int64_t ElapsedTime) {
   CEntryGuard guard(*this, "Poll");
   for (CNodeBase* node : m_Polled) {
-    if (node->m_BlockPolling.p && node->m_BlockPolling.p->GetIntV(false, false) != 0)
+    CNodeBase* block = node->m_BlockPolling.p;
+    if (block && block->NotImplementedReason().empty() && block->GetIntV(false, false) != 0)
       continue;
     node->m_PollElapsed += ElapsedTime;
     if (node->m_PollElapsed < node->m_PollingTime)

@@ -5,7 +5,9 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace GenApi {
@@ -25,6 +27,8 @@ public:
   //! Resolves references, builds the dependency graph and checks it. Throws on bad input.
   void Link();
   CNodeBase* Find(const std::string& name) const;
+  //! Warns once per missing name that `node` refers to it in its element `what`.
+  void ReportMissing(const std::string& missing, const CNodeBase& node, const char* what);
   int m_SchemaMajor = 1;
   int m_SchemaMinor = 0;
 
@@ -67,11 +71,13 @@ private:
   std::string m_DeviceName;
   //! The node-map lock; every public node operation holds it (CEntryGuard).
   mutable CLock m_Lock;
-  std::unordered_map<std::string, std::unique_ptr<CNodeBase>> m_Defined;
-  std::unordered_map<std::string, CNodeBase*> m_Lookup; // defined nodes plus enumeration entries
-  std::vector<CNodeBase*> m_All;                        // everything linked, owned ones too
+  std::vector<std::unique_ptr<CNodeBase>> m_Defined; // top-level nodes in document order
+  // defined nodes plus enumeration entries, keyed by the node's own name
+  std::unordered_map<std::string_view, CNodeBase*> m_Lookup;
+  std::vector<CNodeBase*> m_All; // everything linked, owned ones too
   std::vector<CNodeBase*> m_Polled;
   std::vector<CPortNode*> m_Ports;
+  std::unordered_set<std::string> m_Missing; // names already warned about
 
   // state of the running operation, guarded by m_Lock
   int m_Depth = 0;

@@ -85,6 +85,8 @@ void CRegisterAccess::Link(CNodeBase& owner) {
   if (!m_Length.IsSet())
     throw GENAPI_OWNER_ERROR(RuntimeException, owner)("Node '%s' has no Length",
                                                       owner.Name().c_str());
+  if (!m_Port.IsSet())
+    throw CMissingReference{"'" + owner.Name() + "' has no pPort"};
   owner.Resolve(m_Port, "pPort");
   if (m_Port.p && m_Port.p->Type() != ENodeType::Port)
     throw GENAPI_OWNER_ERROR(RuntimeException, owner)("Node '%s': pPort '%s' is not a Port node",
