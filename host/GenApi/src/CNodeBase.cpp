@@ -163,18 +163,20 @@ void CNodeBase::Link() {
 void CNodeBase::AddChild(CNodeBase* child, bool value) {
   if (!child)
     return;
-  if (std::find(m_Children.begin(), m_Children.end(), child) == m_Children.end())
+  // Only this node's own short lists are searched: a port or a lock node read by thousands of
+  // nodes would make searching its parents quadratic in the size of the description.
+  if (std::find(m_Children.begin(), m_Children.end(), child) == m_Children.end()) {
     m_Children.push_back(child);
+    child->m_Parents.push_back(this);
+    child->AddAffected(this);
+  }
   if (value &&
       std::find(m_ValueChildren.begin(), m_ValueChildren.end(), child) == m_ValueChildren.end())
     m_ValueChildren.push_back(child);
-  if (std::find(child->m_Parents.begin(), child->m_Parents.end(), this) == child->m_Parents.end())
-    child->m_Parents.push_back(this);
-  child->AddAffected(this);
 }
 
 void CNodeBase::AddAffected(CNodeBase* node) {
-  if (node != this && std::find(m_Affected.begin(), m_Affected.end(), node) == m_Affected.end())
+  if (node != this) // a node may be listed twice (reader and invalidated); Closure() merges them
     m_Affected.push_back(node);
 }
 
