@@ -40,10 +40,17 @@ bool Deregister(CallbackHandleType hCallback) {
 
 CNodeBase::CNodeBase(CNodeMap& map, ENodeType type) : m_pMap(&map), m_Type(type) {}
 
+CNodeBase::SRare& CNodeBase::Rare() {
+  if (!m_pRare)
+    m_pRare = std::make_unique<SRare>();
+  return *m_pRare;
+}
+
 CNodeBase::~CNodeBase() {
   std::lock_guard<std::mutex> lock(RegistryMutex());
-  for (const auto& callback : m_Callbacks)
-    Registry().erase(reinterpret_cast<CallbackHandleType>(callback.get()));
+  if (m_pRare)
+    for (const auto& callback : m_pRare->Callbacks)
+      Registry().erase(reinterpret_cast<CallbackHandleType>(callback.get()));
 }
 
 bool CNodeBase::SetProperty(EProp prop, const std::string& text, const CPropAttr& attr) {
@@ -55,13 +62,13 @@ bool CNodeBase::SetProperty(EProp prop, const std::string& text, const CPropAttr
     m_Description = text;
     return true;
   case EProp::DisplayName:
-    m_DisplayName = text;
+    Rare().DisplayName = text;
     return true;
   case EProp::DocuURL:
-    m_DocuURL = text;
+    Rare().DocuURL = text;
     return true;
   case EProp::EventID:
-    m_EventID = text;
+    Rare().EventID = text;
     return true;
   case EProp::Visibility:
     if (text == "Beginner")
@@ -95,19 +102,19 @@ bool CNodeBase::SetProperty(EProp prop, const std::string& text, const CPropAttr
     m_IsLocked.Name = text;
     return true;
   case EProp::pAlias:
-    m_Alias.Name = text;
+    Rare().Alias.Name = text;
     return true;
   case EProp::pCastAlias:
-    m_CastAlias.Name = text;
+    Rare().CastAlias.Name = text;
     return true;
   case EProp::pBlockPolling:
-    m_BlockPolling.Name = text;
+    Rare().BlockPolling.Name = text;
     return true;
   case EProp::pInvalidator:
-    m_Invalidators.push_back(CRef{text, nullptr});
+    Rare().Invalidators.push_back(CRef{text, nullptr});
     return true;
   case EProp::pSelected:
-    m_Selected.push_back(CRef{text, nullptr});
+    Rare().Selected.push_back(CRef{text, nullptr});
     return true;
   case EProp::PollingTime: {
     int64_t value = 0;
@@ -141,9 +148,11 @@ void CNodeBase::Link() {
   Resolve(m_IsImplemented, "pIsImplemented");
   Resolve(m_IsAvailable, "pIsAvailable");
   Resolve(m_IsLocked, "pIsLocked");
-  Resolve(m_Alias, "pAlias", false);
-  Resolve(m_CastAlias, "pCastAlias", false);
-  Resolve(m_BlockPolling, "pBlockPolling", false);
+  if (m_pRare) {
+    Resolve(m_pRare->Alias, "pAlias", false);
+    Resolve(m_pRare->CastAlias, "pCastAlias", false);
+    Resolve(m_pRare->BlockPolling, "pBlockPolling", false);
+  }
   for (CRef* ref : {&m_IsImplemented, &m_IsAvailable, &m_IsLocked})
     if (ref->p) {
       if (!ref->p->IsNumeric())
@@ -152,10 +161,12 @@ void CNodeBase::Link() {
       AddChild(ref->p, false);
     }
   // Without an invalidator or selected node the node still works; only the edge is missing.
-  for (CRef& ref : m_Invalidators)
+  if (!m_pRare)
+    return;
+  for (CRef& ref : m_pRare->Invalidators)
     if (Resolve(ref, "pInvalidator", false))
       ref.p->AddAffected(this);
-  for (CRef& ref : m_Selected)
+  for (CRef& ref : m_pRare->Selected)
     if (Resolve(ref, "pSelected", false))
       AddAffected(ref.p);
 }
@@ -181,23 +192,25 @@ void CNodeBase::AddAffected(CNodeBase* node) {
 }
 
 const std::vector<CNodeBase*>& CNodeBase::Closure() {
-  if (m_ClosureValid)
-    return m_Closure;
+  SRare& rare = Rare();
+  if (rare.ClosureValid)
+    return rare.Closure;
   std::unordered_set<CNodeBase*> seen{this};
-  m_Closure.assign(1, this);
-  for (size_t i = 0; i < m_Closure.size(); ++i)
-    for (CNodeBase* next : m_Closure[i]->m_Affected)
+  std::vector<CNodeBase*>& closure = rare.Closure;
+  closure.assign(1, this);
+  for (size_t i = 0; i < closure.size(); ++i)
+    for (CNodeBase* next : closure[i]->m_Affected)
       if (seen.insert(next).second)
-        m_Closure.push_back(next);
-  m_ClosureValid = true;
-  return m_Closure;
+        closure.push_back(next);
+  rare.ClosureValid = true;
+  return closure;
 }
 
 void CNodeBase::Fire(ECallbackType type) {
-  if (m_Callbacks.empty())
+  if (!m_pRare || m_pRare->Callbacks.empty())
     return;
   // A copy, so that a callback may deregister itself or others while it runs.
-  const auto callbacks = m_Callbacks;
+  const auto callbacks = m_pRare->Callbacks;
   for (const auto& callback : callbacks)
     (*callback)(type);
 }
@@ -325,7 +338,7 @@ void CNodeBase::InvalidateNode() {
 }
 
 gcstring CNodeBase::GetDisplayName() const {
-  return m_DisplayName.empty() ? m_Name : m_DisplayName;
+  return m_pRare && !m_pRare->DisplayName.empty() ? m_pRare->DisplayName : m_Name;
 }
 
 gcstring CNodeBase::GetDeviceName() const {
@@ -344,7 +357,7 @@ CallbackHandleType CNodeBase::RegisterCallback(CNodeCallback* pCallback) {
   AutoLock lock(m_pMap->GetLock()); // also guards the entry point the error below reads
   if (!pCallback)
     throw GENAPI_NODE_ERROR(InvalidArgumentException)("Callback must not be NULL");
-  m_Callbacks.emplace_back(pCallback, [](CNodeCallback* callback) { callback->Destroy(); });
+  Rare().Callbacks.emplace_back(pCallback, [](CNodeCallback* callback) { callback->Destroy(); });
   const auto handle = reinterpret_cast<CallbackHandleType>(pCallback);
   std::lock_guard<std::mutex> registryLock(RegistryMutex());
   Registry()[handle] = this;
@@ -353,16 +366,19 @@ CallbackHandleType CNodeBase::RegisterCallback(CNodeCallback* pCallback) {
 
 bool CNodeBase::DeregisterCallback(CallbackHandleType hCallback) {
   AutoLock lock(m_pMap->GetLock());
-  const auto it = std::find_if(m_Callbacks.begin(), m_Callbacks.end(), [&](const auto& callback) {
+  if (!m_pRare)
+    return false;
+  auto& callbacks = m_pRare->Callbacks;
+  const auto it = std::find_if(callbacks.begin(), callbacks.end(), [&](const auto& callback) {
     return reinterpret_cast<CallbackHandleType>(callback.get()) == hCallback;
   });
-  if (it == m_Callbacks.end())
+  if (it == callbacks.end())
     return false;
   {
     std::lock_guard<std::mutex> registryLock(RegistryMutex());
     Registry().erase(hCallback);
   }
-  m_Callbacks.erase(it);
+  callbacks.erase(it);
   return true;
 }
 
@@ -370,10 +386,10 @@ INodeMap* CNodeBase::GetNodeMap() const {
   return m_pMap;
 }
 INode* CNodeBase::GetAlias() const {
-  return m_Alias.p;
+  return m_pRare ? m_pRare->Alias.p : nullptr;
 }
 INode* CNodeBase::GetCastAlias() const {
-  return m_CastAlias.p;
+  return m_pRare ? m_pRare->CastAlias.p : nullptr;
 }
 bool CNodeBase::IsFeature() const {
   return m_IsFeature;

@@ -65,8 +65,6 @@ public:
   const std::vector<CNodeBase*>& Affected() const { return m_Affected; }
   //! The nodes that read this one.
   const std::vector<CNodeBase*>& Parents() const { return m_Parents; }
-  const std::vector<CRef>& Invalidators() const { return m_Invalidators; }
-  const std::vector<CRef>& Selected() const { return m_Selected; }
   CNodeMap& Map() const { return *m_pMap; }
 
   // ---- values, without lock or access check
@@ -99,7 +97,7 @@ public:
   uint32_t m_ChainDepth = 0; // cycle check: the longest chain of value edges from here
   int64_t m_PollingTime = -1;
   int64_t m_PollElapsed = 0;
-  CRef m_BlockPolling;
+  CNodeBase* BlockPolling() const { return m_pRare ? m_pRare->BlockPolling.p : nullptr; }
 
   // ---- INode
   EAccessMode GetAccessMode() const override;
@@ -119,13 +117,13 @@ public:
   CallbackHandleType RegisterCallback(CNodeCallback* pCallback) override;
   bool DeregisterCallback(CallbackHandleType hCallback) override;
   INodeMap* GetNodeMap() const override;
-  gcstring GetEventID() const override { return m_EventID; }
+  gcstring GetEventID() const override { return m_pRare ? m_pRare->EventID : gcstring(); }
   bool IsStreamable() const override { return m_Streamable; }
   void ImposeAccessMode(EAccessMode ImposedAccessMode) override;
   void ImposeVisibility(EVisibility ImposedVisibility) override;
   INode* GetAlias() const override;
   INode* GetCastAlias() const override;
-  gcstring GetDocuURL() const override { return m_DocuURL; }
+  gcstring GetDocuURL() const override { return m_pRare ? m_pRare->DocuURL : gcstring(); }
   bool IsDeprecated() const override { return m_Deprecated; }
   EInterfaceType GetPrincipalInterfaceType() const override { return intfIValue; }
   bool IsFeature() const override;
@@ -150,23 +148,32 @@ protected:
   ENodeType m_Type;
   std::string m_Name;
   ENameSpace m_NameSpace = Custom;
-  std::string m_ToolTip, m_Description, m_DisplayName, m_DocuURL, m_EventID;
+  std::string m_ToolTip, m_Description;
   EVisibility m_Visibility = Beginner;
   EVisibility m_ImposedVisibility = Beginner;
   bool m_Deprecated = false;
   bool m_Streamable = false;
-  CRef m_IsImplemented, m_IsAvailable, m_IsLocked, m_Alias, m_CastAlias;
-  std::vector<CRef> m_Invalidators, m_Selected;
+  CRef m_IsImplemented, m_IsAvailable, m_IsLocked;
   EAccessMode m_ImposedXml = RW;
   EAccessMode m_ImposedRuntime = RW;
 
 private:
   std::vector<CNodeBase*> m_Children, m_ValueChildren, m_Parents, m_Affected;
-  std::vector<CNodeBase*> m_Closure;
-  bool m_ClosureValid = false;
+
   mutable bool m_InAccessMode = false;
   std::string m_NotImplemented; // why the node is not implemented, empty when it is
-  std::vector<std::shared_ptr<CNodeCallback>> m_Callbacks;
+  // What few nodes have, allocated with the first of it: a map of thousands of nodes stays
+  // small, so that building and walking it touches less memory.
+  struct SRare {
+    std::string DisplayName, DocuURL, EventID;
+    CRef Alias, CastAlias, BlockPolling;
+    std::vector<CRef> Invalidators, Selected;
+    std::vector<std::shared_ptr<CNodeCallback>> Callbacks;
+    std::vector<CNodeBase*> Closure; // valid once ClosureValid
+    bool ClosureValid = false;
+  };
+  SRare& Rare();
+  std::unique_ptr<SRare> m_pRare;
 };
 
 } // namespace GenApi

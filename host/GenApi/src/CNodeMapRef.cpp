@@ -42,6 +42,7 @@ void CNodeMapRef::Load(const gcstring& xml, const gcstring* injectXml) {
   if (m_pMap)
     throw RUNTIME_EXCEPTION("DLL already loaded");
   auto map = std::make_shared<CNodeMap>(m_DeviceName);
+  map->Reserve(xml.size() + (injectXml ? injectXml->size() : 0));
   {
     std::unique_ptr<CXercesScope> xerces;
     try {
