@@ -50,6 +50,7 @@ private:
   std::vector<std::pair<std::string, std::string>> m_ExpressionTexts;
   std::vector<Compiled> m_Expressions;
   std::vector<std::string> m_Extras;
+  std::vector<std::string> m_BoundNames; // every name a formula may use, filled by Bind
   std::vector<Compiled> m_Formulas;
 };
 

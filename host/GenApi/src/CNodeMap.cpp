@@ -19,19 +19,18 @@ void CNodeMap::Reserve(size_t bytes) {
 }
 
 void CNodeMap::AddNode(std::unique_ptr<CNodeBase> node) {
-  const auto found = m_Lookup.find(node->Name());
-  if (found == m_Lookup.end()) {
-    m_Lookup.emplace(node->Name(), node.get());
+  const auto added = m_Lookup.emplace(node->Name(), node.get());
+  if (added.second) {
     m_Defined.push_back(std::move(node));
     return;
   }
+  const auto found = added.first;
   CNodeBase* earlier = found->second;
   if (earlier->m_DocIndex == node->m_DocIndex)
     throw RUNTIME_EXCEPTION("Node '%s' is defined twice", node->Name().c_str());
   if (earlier->m_MergePriority > node->m_MergePriority)
-    return;              // the earlier description wins
-  m_Lookup.erase(found); // its key is the earlier node's name
-  m_Lookup.emplace(node->Name(), node.get());
+    return; // the earlier description wins
+  found->second = node.get();
   for (auto& slot : m_Defined)
     if (slot.get() == earlier)
       slot = std::move(node);

@@ -75,8 +75,9 @@ private:
   //! The node-map lock; every public node operation holds it (CEntryGuard).
   mutable CLock m_Lock;
   std::vector<std::unique_ptr<CNodeBase>> m_Defined; // top-level nodes in document order
-  // defined nodes plus enumeration entries, keyed by the node's own name
-  std::unordered_map<std::string_view, CNodeBase*> m_Lookup;
+  // defined nodes plus enumeration entries; the keys are copies, so that a lookup compares names
+  // inside the table instead of reaching into the nodes
+  std::unordered_map<std::string, CNodeBase*> m_Lookup;
   std::vector<CNodeBase*> m_All; // everything linked, owned ones too
   std::vector<CNodeBase*> m_Polled;
   std::vector<CPortNode*> m_Ports;
