@@ -237,7 +237,10 @@ void CFormulaParser::LexNumber() {
 }
 
 bool CFormulaParser::IsOperator(const char* text) const {
-  return m_Token == EToken::Operator && m_Word == text;
+  // Spellings have one or two characters: comparing two (the terminator included) is enough.
+  const char* spelling = OperatorSpellings[m_Op];
+  return m_Token == EToken::Operator && spelling[0] == text[0] &&
+         (text[0] == '\0' || spelling[1] == text[1]);
 }
 
 void CFormulaParser::Expect(const char* text) {
