@@ -93,7 +93,7 @@ CFormulaSet::Compiled CFormulaSet::Bind(CNodeBase& owner, const std::string& tex
   }
   Compiled compiled;
   try {
-    compiled.Formula = std::make_unique<CFormula>(text, names);
+    compiled.Formula = owner.Map().SharedFormula(text, names);
   } catch (const GenICam::GenericException& e) {
     throw GENAPI_OWNER_ERROR(RuntimeException, owner)(
         "Node '%s': %s does not parse: %s", owner.Name().c_str(), what, e.GetDescription());

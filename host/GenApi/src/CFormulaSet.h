@@ -37,7 +37,7 @@ private:
     size_t Index;
   };
   struct Compiled {
-    std::unique_ptr<CFormula> Formula;
+    std::shared_ptr<const CFormula> Formula; // shared by the nodes with the same formula
     std::vector<Binding> Bindings;
   };
   Compiled Bind(CNodeBase& owner, const std::string& text, const char* what, bool allowExpr);

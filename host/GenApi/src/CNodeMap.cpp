@@ -3,6 +3,7 @@
 #include "CEntryGuard.h"
 #include "CPortNode.h"
 #include "Log.h"
+#include "formula/Formula.h"
 
 #include <algorithm>
 
@@ -11,6 +12,19 @@ namespace GenApi {
 CNodeMap::CNodeMap(const std::string& deviceName) : m_DeviceName(deviceName) {}
 
 CNodeMap::~CNodeMap() = default;
+
+std::shared_ptr<const CFormula> CNodeMap::SharedFormula(const std::string& text,
+                                                        const std::vector<std::string>& names) {
+  std::string key = text;
+  for (const std::string& name : names)
+    key.append(1, '\0').append(name);
+  const auto found = m_Formulas.find(key);
+  if (found != m_Formulas.end())
+    return found->second;
+  auto formula = std::make_shared<const CFormula>(text, names);
+  m_Formulas.emplace(std::move(key), formula);
+  return formula;
+}
 
 void CNodeMap::Reserve(size_t bytes) {
   const size_t nodes = bytes / 100; // real descriptions spend 150 to 400 bytes per node
@@ -87,6 +101,7 @@ void CNodeMap::Link() {
       m_Ports.push_back(static_cast<CPortNode*>(node));
     node->m_Mark = 0;
   }
+  m_Formulas.clear(); // the nodes keep theirs
   CheckCycles();
 }
 

@@ -12,6 +12,7 @@
 
 namespace GenApi {
 
+class CFormula;
 class CPortNode;
 
 //! The node map: owns the nodes, the lock and the bookkeeping of the running operation.
@@ -27,6 +28,10 @@ public:
   //! Makes room for the nodes of a description of `bytes` bytes, so that the name table is not
   //! rehashed again and again while it grows.
   void Reserve(size_t bytes);
+  //! The compiled form of a formula text over the given names; nodes with the same formula (real
+  //! descriptions repeat theirs by the hundred) share one. Throws as CFormula does.
+  std::shared_ptr<const CFormula> SharedFormula(const std::string& text,
+                                                const std::vector<std::string>& names);
   //! Resolves references, builds the dependency graph and checks it. Throws on bad input.
   void Link();
   CNodeBase* Find(const std::string& name) const;
@@ -82,6 +87,7 @@ private:
   std::vector<CNodeBase*> m_Polled;
   std::vector<CPortNode*> m_Ports;
   std::unordered_set<std::string> m_Missing; // names already warned about
+  std::unordered_map<std::string, std::shared_ptr<const CFormula>> m_Formulas; // while linking
 
   // state of the running operation, guarded by m_Lock
   int m_Depth = 0;
