@@ -176,19 +176,26 @@ void CNodeBase::AddChild(CNodeBase* child, bool value) {
     return;
   // Only this node's own short lists are searched: a port or a lock node read by thousands of
   // nodes would make searching its parents quadratic in the size of the description.
-  if (std::find(m_Children.begin(), m_Children.end(), child) == m_Children.end()) {
-    m_Children.push_back(child);
-    child->m_Parents.push_back(this);
-    child->AddAffected(this);
+  const auto found = std::find(m_Children.begin(), m_Children.end(), child);
+  const auto valueEnd = m_Children.begin() + m_ValueChildCount;
+  if (found == m_Children.end()) {
+    if (value) {
+      m_Children.insert(valueEnd, child);
+      ++m_ValueChildCount;
+    } else {
+      m_Children.push_back(child);
+    }
+    if (child != this)
+      child->m_Parents.push_back(this);
+  } else if (value && found >= valueEnd) { // read for the value after all
+    std::rotate(valueEnd, found, found + 1);
+    ++m_ValueChildCount;
   }
-  if (value &&
-      std::find(m_ValueChildren.begin(), m_ValueChildren.end(), child) == m_ValueChildren.end())
-    m_ValueChildren.push_back(child);
 }
 
 void CNodeBase::AddAffected(CNodeBase* node) {
   if (node != this) // a node may be listed twice (reader and invalidated); Closure() merges them
-    m_Affected.push_back(node);
+    Rare().Affected.push_back(node);
 }
 
 const std::vector<CNodeBase*>& CNodeBase::Closure() {
@@ -199,9 +206,12 @@ const std::vector<CNodeBase*>& CNodeBase::Closure() {
   std::vector<CNodeBase*>& closure = rare.Closure;
   closure.assign(1, this);
   for (size_t i = 0; i < closure.size(); ++i)
-    for (CNodeBase* next : closure[i]->m_Affected)
-      if (seen.insert(next).second)
-        closure.push_back(next);
+    for (const auto* list :
+         {&closure[i]->m_Parents, closure[i]->m_pRare ? &closure[i]->m_pRare->Affected : nullptr})
+      if (list)
+        for (CNodeBase* next : *list)
+          if (seen.insert(next).second)
+            closure.push_back(next);
   rare.ClosureValid = true;
   return closure;
 }

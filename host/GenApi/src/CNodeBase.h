@@ -61,8 +61,9 @@ public:
   //! Declares that this node reads `child`; `value` edges must not form cycles.
   void AddChild(CNodeBase* child, bool value = true);
   void AddAffected(CNodeBase* node);
-  const std::vector<CNodeBase*>& ValueChildren() const { return m_ValueChildren; }
-  const std::vector<CNodeBase*>& Affected() const { return m_Affected; }
+  //! The nodes this one reads; the first ValueChildCount() of them are read for its value.
+  const std::vector<CNodeBase*>& Children() const { return m_Children; }
+  size_t ValueChildCount() const { return m_ValueChildCount; }
   //! The nodes that read this one.
   const std::vector<CNodeBase*>& Parents() const { return m_Parents; }
   CNodeMap& Map() const { return *m_pMap; }
@@ -158,7 +159,10 @@ protected:
   EAccessMode m_ImposedRuntime = RW;
 
 private:
-  std::vector<CNodeBase*> m_Children, m_ValueChildren, m_Parents, m_Affected;
+  // The graph: value children first in m_Children. The nodes a change of this one affects are
+  // its parents plus the rare block's Affected (nodes naming it as invalidator or selector).
+  std::vector<CNodeBase*> m_Children, m_Parents;
+  uint32_t m_ValueChildCount = 0;
 
   mutable bool m_InAccessMode = false;
   std::string m_NotImplemented; // why the node is not implemented, empty when it is
@@ -168,6 +172,7 @@ private:
     std::string DisplayName, DocuURL, EventID;
     CRef Alias, CastAlias, BlockPolling;
     std::vector<CRef> Invalidators, Selected;
+    std::vector<CNodeBase*> Affected; // besides the parents
     std::vector<std::shared_ptr<CNodeCallback>> Callbacks;
     std::vector<CNodeBase*> Closure; // valid once ClosureValid
     bool ClosureValid = false;

@@ -117,11 +117,12 @@ void CNodeMap::CheckCycles() const {
     start->m_Mark = 1;
     while (!stack.empty()) {
       auto& top = stack.back();
-      const auto& children = top.first->ValueChildren();
-      if (top.second == children.size()) {
+      const auto& children = top.first->Children();
+      const size_t count = top.first->ValueChildCount();
+      if (top.second == count) {
         uint32_t depth = 0;
-        for (const CNodeBase* child : children)
-          depth = std::max(depth, child->m_ChainDepth);
+        for (size_t i = 0; i < count; ++i)
+          depth = std::max(depth, children[i]->m_ChainDepth);
         top.first->m_ChainDepth = depth + 1;
         if (depth + 1 > maxDepth)
           throw RUNTIME_EXCEPTION("Node '%s': dependency chain deeper than %zu nodes",
