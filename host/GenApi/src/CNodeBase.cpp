@@ -176,6 +176,8 @@ void CNodeBase::AddChild(CNodeBase* child, bool value) {
     return;
   // Only this node's own short lists are searched: a port or a lock node read by thousands of
   // nodes would make searching its parents quadratic in the size of the description.
+  if (m_Children.empty())
+    m_Children.reserve(4); // typical: value, limits, lock; one allocation instead of three
   const auto found = std::find(m_Children.begin(), m_Children.end(), child);
   const auto valueEnd = m_Children.begin() + m_ValueChildCount;
   if (found == m_Children.end()) {
@@ -185,8 +187,11 @@ void CNodeBase::AddChild(CNodeBase* child, bool value) {
     } else {
       m_Children.push_back(child);
     }
-    if (child != this)
+    if (child != this) {
+      if (child->m_Parents.empty())
+        child->m_Parents.reserve(2);
       child->m_Parents.push_back(this);
+    }
   } else if (value && found >= valueEnd) { // read for the value after all
     std::rotate(valueEnd, found, found + 1);
     ++m_ValueChildCount;
