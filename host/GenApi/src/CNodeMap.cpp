@@ -32,7 +32,7 @@ void CNodeMap::Reserve(size_t bytes) {
   m_Lookup.reserve(m_Lookup.size() + nodes + nodes / 2); // and enumeration entries
 }
 
-void CNodeMap::AddNode(std::unique_ptr<CNodeBase> node) {
+void CNodeMap::AddNode(std::unique_ptr<CNodeBase>& node) {
   const auto added = m_Lookup.emplace(node->Name(), node.get());
   if (added.second) {
     m_Defined.push_back(std::move(node));
@@ -42,8 +42,10 @@ void CNodeMap::AddNode(std::unique_ptr<CNodeBase> node) {
   CNodeBase* earlier = found->second;
   if (earlier->m_DocIndex == node->m_DocIndex)
     throw RUNTIME_EXCEPTION("Node '%s' is defined twice", node->Name().c_str());
-  if (earlier->m_MergePriority > node->m_MergePriority)
-    return; // the earlier description wins
+  if (earlier->m_MergePriority > node->m_MergePriority) {
+    node.reset(); // the earlier description wins
+    return;
+  }
   found->second = node.get();
   for (auto& slot : m_Defined)
     if (slot.get() == earlier)

@@ -24,7 +24,9 @@ public:
   // ---- building
   //! Adds a top-level node of document `docIndex`. Within one document names are unique; a later
   //! document replaces a node of the same name unless the earlier one has a higher MergePriority.
-  void AddNode(std::unique_ptr<CNodeBase> node);
+  //! Takes the node unless it throws (the node then stays with the caller) or an earlier
+  //! description's node of the same name wins (the node is dropped).
+  void AddNode(std::unique_ptr<CNodeBase>& node);
   //! Makes room for the nodes of a description of `bytes` bytes, so that the name table is not
   //! rehashed again and again while it grows.
   void Reserve(size_t bytes);

@@ -213,14 +213,25 @@ std::unique_ptr<CNodeBase> CXmlLoader::Create(ENodeType type, const Attributes& 
     node = std::make_unique<CPlainNode>(m_Map, type);
     break;
   }
-  node->SetName(Attribute(attrs, u"Name"));
   node->m_DocIndex = m_DocIndex;
-  if (Attribute(attrs, u"NameSpace") == "Standard")
-    node->SetNameSpace(Standard);
-  const std::string priority = Attribute(attrs, u"MergePriority");
-  int64_t value = 0;
-  if (!priority.empty() && ParseInt64(priority, value))
-    node->m_MergePriority = static_cast<int>(value);
+  // One pass over the attributes; only Name is common to all.
+  for (XMLSize_t i = 0; i < attrs.getLength(); ++i) {
+    const XMLCh* name = attrs.getLocalName(i);
+    if (XMLString::equals(name, u"Name")) {
+      std::string value;
+      const XMLCh* text = attrs.getValue(i);
+      ToUtf8(text, XMLString::stringLen(text), value);
+      Trim(value);
+      node->SetName(value);
+    } else if (XMLString::equals(name, u"NameSpace")) {
+      if (Attribute(attrs, u"NameSpace") == "Standard")
+        node->SetNameSpace(Standard);
+    } else if (XMLString::equals(name, u"MergePriority")) {
+      int64_t value = 0;
+      if (ParseInt64(Attribute(attrs, u"MergePriority"), value))
+        node->m_MergePriority = static_cast<int>(value);
+    }
+  }
   return node;
 }
 
@@ -374,11 +385,10 @@ void CXmlLoader::endElement(const XMLCh* uri, const XMLCh* localname, const XMLC
         RegisterOf(parent.Node.get())->AddAddressTerm(std::move(frame.Node));
       }
     } else {
-      const std::string name = frame.Node->Name();
       try {
-        m_Map.AddNode(std::move(frame.Node));
+        m_Map.AddNode(frame.Node);
       } catch (const GenICam::GenericException& e) {
-        Fail(e.GetDescription(), name);
+        Fail(e.GetDescription(), frame.Node->Name());
       }
     }
     break;
@@ -396,7 +406,7 @@ void CXmlLoader::endElement(const XMLCh* uri, const XMLCh* localname, const XMLC
       for (const Record& record : frame.Struct->Entries[i])
         Apply(entry, record.Prop, record.Text, record.Attr);
       try {
-        m_Map.AddNode(std::move(entry.Node));
+        m_Map.AddNode(entry.Node);
       } catch (const GenICam::GenericException& e) {
         Fail(e.GetDescription(), frame.Struct->EntryNames[i]);
       }
