@@ -244,17 +244,17 @@ const CXmlLoader::Element& CXmlLoader::Classify(const XMLCh* localname) {
   ToUtf8(localname, element.Key.size(), element.Name);
   element.Prop = PropFromName(element.Name);
   element.Type = NodeTypeFromName(element.Name);
-  static const std::pair<const char*, Element::ESpecial> specials[] = {
+  static const std::pair<const char*, Element::ERole> roles[] = {
       {"Group", Element::Group},
       {"StructReg", Element::StructReg},
       {"StructEntry", Element::StructEntry},
       {"EnumEntry", Element::EnumEntry},
       {"IntSwissKnife", Element::IntSwissKnife},
       {"Extension", Element::Extension}};
-  element.Special = Element::None;
-  for (const auto& special : specials)
-    if (element.Name == special.first)
-      element.Special = special.second;
+  element.Role = Element::None;
+  for (const auto& role : roles)
+    if (element.Name == role.first)
+      element.Role = role.second;
   return m_Elements[localname] = std::move(element);
 }
 
@@ -294,9 +294,9 @@ void CXmlLoader::startElement(const XMLCh* uri, const XMLCh* localname, const XM
   switch (parent) {
   case EFrame::Root:
   case EFrame::Group:
-    if (element.Special == Element::Group) {
+    if (element.Role == Element::Group) {
       frame.Kind = EFrame::Group;
-    } else if (element.Special == Element::StructReg) {
+    } else if (element.Role == Element::StructReg) {
       frame.Kind = EFrame::StructReg;
       frame.Struct = std::make_unique<StructState>();
     } else {
@@ -311,33 +311,33 @@ void CXmlLoader::startElement(const XMLCh* uri, const XMLCh* localname, const XM
     break;
   case EFrame::Node: {
     CNodeBase* owner = m_Stack.back().Node.get();
-    if (element.Special == Element::EnumEntry && owner->Type() == ENodeType::Enumeration) {
+    if (element.Role == Element::EnumEntry && owner->Type() == ENodeType::Enumeration) {
       frame.Kind = EFrame::Node;
       frame.Node = Create(ENodeType::EnumEntry, attrs);
       if (frame.Node->Name().empty())
         Fail("an EnumEntry has no Name", owner->Name());
-    } else if (element.Special == Element::IntSwissKnife && RegisterOf(owner)) {
+    } else if (element.Role == Element::IntSwissKnife && RegisterOf(owner)) {
       frame.Kind = EFrame::Node;
       frame.Node = Create(ENodeType::IntSwissKnife, attrs);
       frame.Node->SetName(owner->Name() + ".Address");
-    } else if (element.Special != Element::Extension) {
+    } else if (element.Role != Element::Extension) {
       property();
     }
     break;
   }
   case EFrame::StructReg:
-    if (element.Special == Element::StructEntry) {
+    if (element.Role == Element::StructEntry) {
       frame.Kind = EFrame::StructEntry;
       frame.Struct = std::make_unique<StructState>();
       m_Stack.back().Struct->EntryNames.push_back(Attribute(attrs, u"Name"));
       if (m_Stack.back().Struct->EntryNames.back().empty())
         Fail("a StructEntry has no Name");
-    } else if (element.Special != Element::Extension) {
+    } else if (element.Role != Element::Extension) {
       property();
     }
     break;
   case EFrame::StructEntry:
-    if (element.Special != Element::Extension)
+    if (element.Role != Element::Extension)
       property();
     break;
   default:

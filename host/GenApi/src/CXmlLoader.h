@@ -37,15 +37,7 @@ private:
     std::string Name;
     EProp Prop;
     ENodeType Type;
-    enum ESpecial {
-      None,
-      Group,
-      StructReg,
-      StructEntry,
-      EnumEntry,
-      IntSwissKnife,
-      Extension
-    } Special;
+    enum ERole { None, Group, StructReg, StructEntry, EnumEntry, IntSwissKnife, Extension } Role;
   };
   struct Record {
     EProp Prop;
