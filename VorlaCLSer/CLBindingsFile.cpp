@@ -24,10 +24,6 @@ using GenICam::gcstring;
 const XMLCh kPortTag[] = {xercesc::chLatin_P, xercesc::chLatin_o, xercesc::chLatin_r,
                           xercesc::chLatin_t, xercesc::chNull};
 
-struct SXercesRelease {
-  void operator()(XMLCh* text) const { xercesc::XMLString::release(&text); }
-};
-
 // A directory opens like a file on some systems but cannot be parsed; report it as unreadable.
 bool IsReadableFile(const char* path) {
   std::error_code ec;

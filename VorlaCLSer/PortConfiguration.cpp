@@ -3,7 +3,7 @@
 #include "CLBindingsFile.h"
 #include "VorlaCLSerLog.h"
 
-#include <GenApi/XercesLifetime.h>
+#include <GenApi/XercesScope.h>
 
 #include <platform/Environment.h>
 #include <platform/SystemPaths.h>
@@ -16,7 +16,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <mutex>
+#include <memory>
 #include <system_error>
 
 namespace Vorla {
@@ -26,24 +26,15 @@ using GenICam::gcstring;
 
 const char kFileName[] = "PortConfiguration_x64.xml";
 
-void InitializeXerces() {
-  std::lock_guard<std::mutex> guard(GenApi::XercesLifetimeLock());
+// The host's process-wide Xerces scope: after the first parse of the process only a count.
+std::unique_ptr<GenApi::CXercesScope> InitializeXerces() {
   try {
-    xercesc::XMLPlatformUtils::Initialize();
+    return std::make_unique<GenApi::CXercesScope>();
   } catch (const xercesc::XMLException& e) {
     throw RUNTIME_EXCEPTION("%s: %s", "Failed to initialize Xerces",
                             TranscodeAndTrim(e.getMessage()).c_str());
   } catch (...) {
     throw RUNTIME_EXCEPTION("%s: Unspecified exception occurred", "Failed to initialize Xerces");
-  }
-}
-
-void TerminateXerces() noexcept {
-  try {
-    std::lock_guard<std::mutex> guard(GenApi::XercesLifetimeLock());
-    xercesc::XMLPlatformUtils::Terminate();
-  } catch (...) {
-    vxlog::LogTrace(TlLog(), vxlog::Error, "Exception while deinitializing xerces");
   }
 }
 
@@ -114,23 +105,13 @@ unsigned int CPortConfiguration::LoadPortConfiguration() {
 
   PortConfigurationTable table;
   unsigned int count = 0;
-  bool initialized = false;
   try {
-    InitializeXerces();
-    initialized = true;
+    const auto xerces = InitializeXerces();
     count = CCLBindingsFile::ParseCLBindingsFile(path.c_str(), table);
   } catch (const GenICam::GenericException& e) {
     vxlog::LogTrace(TlLog(), vxlog::Error, "Could not read CLBindings (%s)", e.GetDescription());
-    if (initialized)
-      TerminateXerces();
-    throw;
-  } catch (...) {
-    // Keep Xerces' count balanced for other users in the process.
-    if (initialized)
-      TerminateXerces();
     throw;
   }
-  TerminateXerces();
 
   boost::recursive_mutex::scoped_lock guard(m_lock);
   m_modificationTime = modificationTime;

@@ -29,10 +29,6 @@ GenICam::gcstring NarrowAscii(const XMLCh* text) {
   return result;
 }
 
-struct SXercesRelease {
-  void operator()(char* text) const { xercesc::XMLString::release(&text); }
-};
-
 } // namespace
 
 void DefaultRuntimeExceptionErrorHandler::warning(const xercesc::SAXParseException&) {}

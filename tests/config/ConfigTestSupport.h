@@ -3,6 +3,7 @@
 // guards, file writing with explicit modification times, and Xerces initialisation.
 #include <gtest/gtest.h>
 
+#include <GenApi/XercesScope.h>
 #include <xercesc/util/PlatformUtils.hpp>
 
 #include <chrono>
@@ -83,13 +84,7 @@ private:
 };
 
 //! Holds Xerces initialised, as the transport layer does around a parse.
-class CXercesScope {
-public:
-  CXercesScope() { xercesc::XMLPlatformUtils::Initialize(); }
-  ~CXercesScope() { xercesc::XMLPlatformUtils::Terminate(); }
-  CXercesScope(const CXercesScope&) = delete;
-  CXercesScope& operator=(const CXercesScope&) = delete;
-};
+using CXercesScope = GenApi::CXercesScope;
 
 //! Modification times set explicitly, whole seconds apart, so that no test sleeps.
 inline fs::file_time_type FixedTime(int secondsOffset) {

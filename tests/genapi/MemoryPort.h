@@ -12,20 +12,20 @@ public:
   void Read(void* buffer, int64_t address, int64_t length) override {
     ++m_Reads;
     for (int64_t i = 0; i < length; ++i)
-      static_cast<uint8_t*>(buffer)[i] = m_Bytes[address + i];
+      static_cast<uint8_t*>(buffer)[i] = m_Bytes[static_cast<uint64_t>(address) + i];
   }
   void Write(const void* buffer, int64_t address, int64_t length) override {
     ++m_Writes;
     for (int64_t i = 0; i < length; ++i)
-      m_Bytes[address + i] = static_cast<const uint8_t*>(buffer)[i];
+      m_Bytes[static_cast<uint64_t>(address) + i] = static_cast<const uint8_t*>(buffer)[i];
   }
-  void Poke(int64_t address, std::initializer_list<uint8_t> bytes) {
+  void Poke(uint64_t address, std::initializer_list<uint8_t> bytes) {
     for (uint8_t byte : bytes)
       m_Bytes[address++] = byte;
   }
-  uint8_t Peek(int64_t address) { return m_Bytes[address]; }
+  uint8_t Peek(uint64_t address) { return m_Bytes[address]; }
 
-  std::map<int64_t, uint8_t> m_Bytes;
+  std::map<uint64_t, uint8_t> m_Bytes; // the whole 64-bit space; addresses wrap
   int m_Reads = 0;
   int m_Writes = 0;
   GenApi::EAccessMode m_Mode = GenApi::RW;

@@ -1,3 +1,4 @@
+#include <GenApi/GenApi.h>
 #include <VorlaBase/Logging.h>
 
 #include <gtest/gtest.h>
@@ -70,4 +71,17 @@ TEST(Logging, ConcurrentWritersLoseNothing) {
   a.join();
   b.join();
   EXPECT_EQ(capture.Entries().size(), 1000u);
+}
+
+TEST(Logging, GenApiWarningsAreLinesOfTheirCategory) {
+  vxlog::CLogCapture capture;
+  GenApi::CNodeMapRef ref;
+  ref._LoadXMLFromString(R"(<RegisterDescription ModelName="T" VendorName="V">
+    <Integer Name="A"><pValue>Gone</pValue></Integer></RegisterDescription>)");
+  const auto entries = capture.Entries();
+  ASSERT_EQ(entries.size(), 1u);
+  EXPECT_EQ(entries[0].category, "GenApi.Loader");
+  EXPECT_EQ(entries[0].level, unsigned(vxlog::Warning));
+  EXPECT_EQ(entries[0].text, "The description refers to the missing node 'Gone' (pValue of 'A'); "
+                             "the nodes that need it are not implemented");
 }

@@ -13,10 +13,14 @@ bool CCategoryNode::SetProperty(EProp prop, const std::string& text, const CProp
 void CCategoryNode::Link() {
   CNodeBase::Link();
   m_IsFeature = true;
-  for (CRef& feature : m_Features) {
-    Resolve(feature, "pFeature");
-    feature.p->m_IsFeature = true;
-  }
+  // A missing feature is left out of the category; the others stay usable.
+  std::vector<CRef> found;
+  for (CRef& feature : m_Features)
+    if (Resolve(feature, "pFeature", false)) {
+      feature.p->m_IsFeature = true;
+      found.push_back(feature);
+    }
+  m_Features.swap(found);
 }
 
 void CCategoryNode::GetFeatures(FeatureList_t& Features) const {

@@ -50,9 +50,10 @@ void CCommandNode::Execute(bool Verify) {
   CheckWritable();
   m_pMap->PreWrite(this);
   const int64_t command = m_CommandValue.GetInt(false);
-  if (m_Value.Ref.p)
+  if (m_Value.Ref.p) {
+    m_Value.Ref.p->CheckWritableTarget();
     m_Value.Ref.p->SetIntV(command, Verify);
-  else
+  } else
     m_Value.Int = command;
   m_Running = true;
   m_pMap->PostWrite(this);

@@ -57,18 +57,30 @@ protected:
   using TBase::m_Name;
   using TBase::m_pMap;
 
+  //! The converted value; without Verify computed at most once per generation of the map.
   TValue Convert(bool verify, bool ignoreCache) {
+    const uint64_t generation = m_pMap->Generation();
+    if (!verify && m_MemoGeneration == generation && (m_MemoFresh || !ignoreCache))
+      return m_Memo;
+    m_pMap->Step();
     CNodeBase* node = m_Value.p;
     const FormulaValue to = node->IsFloatValue()
                                 ? FormulaValue::FromFloat(node->GetFloatV(verify, ignoreCache))
                                 : FormulaValue::FromInt(node->GetIntV(verify, ignoreCache));
-    return From(to, ignoreCache);
+    const TValue value = From(to, ignoreCache);
+    if (!verify) {
+      m_Memo = value;
+      m_MemoGeneration = generation;
+      m_MemoFresh = ignoreCache;
+    }
+    return value;
   }
 
   void ConvertBack(TValue value, bool verify) {
     m_pMap->PreWrite(this);
     const FormulaValue extras[2] = {FormulaValue::FromInt(0), Wrap(value)};
     const FormulaValue result = m_Formulas.Evaluate(m_ToFormula, IsInteger, false, extras);
+    m_Value.p->CheckWritableTarget();
     if (m_Value.p->IsFloatValue())
       m_Value.p->SetFloatV(result.AsFloat(), verify);
     else
@@ -118,6 +130,10 @@ private:
   CRef m_Value;
   std::string m_To, m_From, m_Slope;
   size_t m_ToFormula = 0, m_FromFormula = 0;
+  // memo of Convert (map lock held)
+  TValue m_Memo = 0;
+  uint64_t m_MemoGeneration = 0;
+  bool m_MemoFresh = false;
 };
 
 } // namespace GenApi

@@ -10,6 +10,8 @@ CEntryGuard::CEntryGuard(const CNodeBase& node, const char* method) : m_Map(node
   if (m_Outermost) {
     m_Map.m_EntryNode = &node;
     m_Map.m_EntryMethod = method;
+    ++m_Map.m_Generation;
+    m_Map.m_Steps = 0;
   }
 }
 
@@ -19,6 +21,8 @@ CEntryGuard::CEntryGuard(CNodeMap& map, const char* entry) : m_Map(map) {
   if (m_Outermost) {
     m_Map.m_EntryNode = nullptr;
     m_Map.m_EntryMethod = entry;
+    ++m_Map.m_Generation;
+    m_Map.m_Steps = 0;
   }
 }
 

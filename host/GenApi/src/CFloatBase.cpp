@@ -30,6 +30,7 @@ bool CFloatBase::SetProperty(EProp prop, const std::string& text, const CPropAtt
 }
 
 void CFloatBase::CheckAvailable() const {
+  ThrowIfNotImplemented();
   if (!GenApi::IsAvailable(GetAccessMode()))
     throw GENAPI_NODE_ERROR(AccessException)("Node is not available.");
 }
@@ -82,6 +83,7 @@ double CFloatBase::GetMax() {
 
 bool CFloatBase::HasInc() {
   AutoLock lock(m_pMap->GetLock());
+  m_pMap->BeginQuery();
   double inc = 0;
   return GetFloatIncV(inc);
 }

@@ -81,17 +81,19 @@ void CFormulaSet::Link(CNodeBase& owner, const std::vector<std::string>& extras)
 
 CFormulaSet::Compiled CFormulaSet::Bind(CNodeBase& owner, const std::string& text, const char* what,
                                         bool allowExpr) {
-  std::vector<std::string> names;
-  for (const auto& variable : m_Variables)
-    names.push_back(variable.Name);
-  for (const auto& constant : m_Constants)
-    names.push_back(constant.first);
-  for (const auto& expression : m_ExpressionTexts)
-    names.push_back(expression.first);
-  names.insert(names.end(), m_Extras.begin(), m_Extras.end());
+  std::vector<std::string>& names = m_BoundNames; // the same for every formula of the node
+  if (names.empty()) {
+    for (const auto& variable : m_Variables)
+      names.push_back(variable.Name);
+    for (const auto& constant : m_Constants)
+      names.push_back(constant.first);
+    for (const auto& expression : m_ExpressionTexts)
+      names.push_back(expression.first);
+    names.insert(names.end(), m_Extras.begin(), m_Extras.end());
+  }
   Compiled compiled;
   try {
-    compiled.Formula = std::make_unique<CFormula>(text, names);
+    compiled.Formula = owner.Map().SharedFormula(text, names);
   } catch (const GenICam::GenericException& e) {
     throw GENAPI_OWNER_ERROR(RuntimeException, owner)(
         "Node '%s': %s does not parse: %s", owner.Name().c_str(), what, e.GetDescription());

@@ -37,7 +37,7 @@ private:
     size_t Index;
   };
   struct Compiled {
-    std::unique_ptr<CFormula> Formula;
+    std::shared_ptr<const CFormula> Formula; // shared by the nodes with the same formula
     std::vector<Binding> Bindings;
   };
   Compiled Bind(CNodeBase& owner, const std::string& text, const char* what, bool allowExpr);
@@ -50,6 +50,7 @@ private:
   std::vector<std::pair<std::string, std::string>> m_ExpressionTexts;
   std::vector<Compiled> m_Expressions;
   std::vector<std::string> m_Extras;
+  std::vector<std::string> m_BoundNames; // every name a formula may use, filled by Bind
   std::vector<Compiled> m_Formulas;
 };
 

@@ -50,10 +50,6 @@ void CIntRegNode::Link() {
     if (m_Register.HasLiteralLength()) {
       int lsb = 0, width = 0;
       Field(m_Register.LiteralLength(), lsb, width);
-      if (lsb < 0 || lsb + width > 8 * m_Register.LiteralLength())
-        throw GENAPI_NODE_ERROR(RuntimeException)("Node '%s': bits %lld..%lld outside the register",
-                                                  m_Name.c_str(), static_cast<long long>(m_Lsb),
-                                                  static_cast<long long>(m_Msb));
     }
     m_Masked = true;
   } else {
@@ -77,6 +73,11 @@ void CIntRegNode::Field(int64_t length, int& lsb, int& width) const {
   }
   if (low > high)
     std::swap(low, high);
+  if (low < 0 || high >= 8 * length)
+    throw GENAPI_NODE_ERROR(RuntimeException)(
+        "Node '%s': bits %lld..%lld outside the register of %lld bytes", m_Name.c_str(),
+        static_cast<long long>(m_Lsb), static_cast<long long>(m_Msb),
+        static_cast<long long>(length));
   lsb = static_cast<int>(low);
   width = static_cast<int>(high - low + 1);
 }

@@ -17,7 +17,8 @@ public:
 
 private:
   int64_t Length(bool ignoreCache) const;
-  //! Field position in little-endian bit numbering (bit 0 = least significant).
+  //! Field position in little-endian bit numbering (bit 0 = least significant); throws when the
+  //! field does not lie within `length` bytes (the length may come from the device).
   void Field(int64_t length, int& lsb, int& width) const;
 
   bool m_Signed = false;

@@ -27,6 +27,7 @@ bool CIntegerBase::SetProperty(EProp prop, const std::string& text, const CPropA
 }
 
 void CIntegerBase::CheckAvailable() const {
+  ThrowIfNotImplemented();
   if (!GenApi::IsAvailable(GetAccessMode()))
     throw GENAPI_NODE_ERROR(AccessException)("Node is not available.");
 }

@@ -40,10 +40,17 @@ bool Deregister(CallbackHandleType hCallback) {
 
 CNodeBase::CNodeBase(CNodeMap& map, ENodeType type) : m_pMap(&map), m_Type(type) {}
 
+CNodeBase::SRare& CNodeBase::Rare() {
+  if (!m_pRare)
+    m_pRare = std::make_unique<SRare>();
+  return *m_pRare;
+}
+
 CNodeBase::~CNodeBase() {
   std::lock_guard<std::mutex> lock(RegistryMutex());
-  for (const auto& callback : m_Callbacks)
-    Registry().erase(reinterpret_cast<CallbackHandleType>(callback.get()));
+  if (m_pRare)
+    for (const auto& callback : m_pRare->Callbacks)
+      Registry().erase(reinterpret_cast<CallbackHandleType>(callback.get()));
 }
 
 bool CNodeBase::SetProperty(EProp prop, const std::string& text, const CPropAttr& attr) {
@@ -55,13 +62,13 @@ bool CNodeBase::SetProperty(EProp prop, const std::string& text, const CPropAttr
     m_Description = text;
     return true;
   case EProp::DisplayName:
-    m_DisplayName = text;
+    Rare().DisplayName = text;
     return true;
   case EProp::DocuURL:
-    m_DocuURL = text;
+    Rare().DocuURL = text;
     return true;
   case EProp::EventID:
-    m_EventID = text;
+    Rare().EventID = text;
     return true;
   case EProp::Visibility:
     if (text == "Beginner")
@@ -95,19 +102,19 @@ bool CNodeBase::SetProperty(EProp prop, const std::string& text, const CPropAttr
     m_IsLocked.Name = text;
     return true;
   case EProp::pAlias:
-    m_Alias.Name = text;
+    Rare().Alias.Name = text;
     return true;
   case EProp::pCastAlias:
-    m_CastAlias.Name = text;
+    Rare().CastAlias.Name = text;
     return true;
   case EProp::pBlockPolling:
-    m_BlockPolling.Name = text;
+    Rare().BlockPolling.Name = text;
     return true;
   case EProp::pInvalidator:
-    m_Invalidators.push_back(CRef{text, nullptr});
+    Rare().Invalidators.push_back(CRef{text, nullptr});
     return true;
   case EProp::pSelected:
-    m_Selected.push_back(CRef{text, nullptr});
+    Rare().Selected.push_back(CRef{text, nullptr});
     return true;
   case EProp::PollingTime: {
     int64_t value = 0;
@@ -124,22 +131,28 @@ bool CNodeBase::SetProperty(EProp prop, const std::string& text, const CPropAttr
   }
 }
 
-void CNodeBase::Resolve(CRef& ref, const char* what) {
+bool CNodeBase::Resolve(CRef& ref, const char* what, bool required) {
   if (!ref.IsSet())
-    return;
+    return false;
   ref.p = m_pMap->Find(ref.Name);
-  if (!ref.p)
-    throw GENAPI_NODE_ERROR(RuntimeException)("Node '%s': %s refers to the missing node '%s'",
-                                              m_Name.c_str(), what, ref.Name.c_str());
+  if (ref.p)
+    return true;
+  m_pMap->ReportMissing(ref.Name, *this, what);
+  if (required)
+    throw CMissingReference{std::string(what) + " of '" + m_Name +
+                            "' refers to the missing node '" + ref.Name + "'"};
+  return false;
 }
 
 void CNodeBase::Link() {
   Resolve(m_IsImplemented, "pIsImplemented");
   Resolve(m_IsAvailable, "pIsAvailable");
   Resolve(m_IsLocked, "pIsLocked");
-  Resolve(m_Alias, "pAlias");
-  Resolve(m_CastAlias, "pCastAlias");
-  Resolve(m_BlockPolling, "pBlockPolling");
+  if (m_pRare) {
+    Resolve(m_pRare->Alias, "pAlias", false);
+    Resolve(m_pRare->CastAlias, "pCastAlias", false);
+    Resolve(m_pRare->BlockPolling, "pBlockPolling", false);
+  }
   for (CRef* ref : {&m_IsImplemented, &m_IsAvailable, &m_IsLocked})
     if (ref->p) {
       if (!ref->p->IsNumeric())
@@ -147,57 +160,82 @@ void CNodeBase::Link() {
                                                   m_Name.c_str(), ref->Name.c_str());
       AddChild(ref->p, false);
     }
-  for (CRef& ref : m_Invalidators) {
-    Resolve(ref, "pInvalidator");
-    ref.p->AddAffected(this);
-  }
-  for (CRef& ref : m_Selected) {
-    Resolve(ref, "pSelected");
-    AddAffected(ref.p);
-  }
+  // Without an invalidator or selected node the node still works; only the edge is missing.
+  if (!m_pRare)
+    return;
+  for (CRef& ref : m_pRare->Invalidators)
+    if (Resolve(ref, "pInvalidator", false))
+      ref.p->AddAffected(this);
+  for (CRef& ref : m_pRare->Selected)
+    if (Resolve(ref, "pSelected", false))
+      AddAffected(ref.p);
 }
 
 void CNodeBase::AddChild(CNodeBase* child, bool value) {
   if (!child)
     return;
-  if (std::find(m_Children.begin(), m_Children.end(), child) == m_Children.end())
-    m_Children.push_back(child);
-  if (value &&
-      std::find(m_ValueChildren.begin(), m_ValueChildren.end(), child) == m_ValueChildren.end())
-    m_ValueChildren.push_back(child);
-  if (std::find(child->m_Parents.begin(), child->m_Parents.end(), this) == child->m_Parents.end())
-    child->m_Parents.push_back(this);
-  child->AddAffected(this);
+  // Only this node's own short lists are searched: a port or a lock node read by thousands of
+  // nodes would make searching its parents quadratic in the size of the description.
+  if (m_Children.empty())
+    m_Children.reserve(4); // typical: value, limits, lock; one allocation instead of three
+  const auto found = std::find(m_Children.begin(), m_Children.end(), child);
+  const auto valueEnd = m_Children.begin() + m_ValueChildCount;
+  if (found == m_Children.end()) {
+    if (value) {
+      m_Children.insert(valueEnd, child);
+      ++m_ValueChildCount;
+    } else {
+      m_Children.push_back(child);
+    }
+    if (child != this) {
+      if (child->m_Parents.empty())
+        child->m_Parents.reserve(2);
+      child->m_Parents.push_back(this);
+    }
+  } else if (value && found >= valueEnd) { // read for the value after all
+    std::rotate(valueEnd, found, found + 1);
+    ++m_ValueChildCount;
+  }
 }
 
 void CNodeBase::AddAffected(CNodeBase* node) {
-  if (node != this && std::find(m_Affected.begin(), m_Affected.end(), node) == m_Affected.end())
-    m_Affected.push_back(node);
+  if (node != this) // a node may be listed twice (reader and invalidated); Closure() merges them
+    Rare().Affected.push_back(node);
 }
 
 const std::vector<CNodeBase*>& CNodeBase::Closure() {
-  if (m_ClosureValid)
-    return m_Closure;
+  SRare& rare = Rare();
+  if (rare.ClosureValid)
+    return rare.Closure;
   std::unordered_set<CNodeBase*> seen{this};
-  m_Closure.assign(1, this);
-  for (size_t i = 0; i < m_Closure.size(); ++i)
-    for (CNodeBase* next : m_Closure[i]->m_Affected)
-      if (seen.insert(next).second)
-        m_Closure.push_back(next);
-  m_ClosureValid = true;
-  return m_Closure;
+  std::vector<CNodeBase*>& closure = rare.Closure;
+  closure.assign(1, this);
+  for (size_t i = 0; i < closure.size(); ++i)
+    for (const auto* list :
+         {&closure[i]->m_Parents, closure[i]->m_pRare ? &closure[i]->m_pRare->Affected : nullptr})
+      if (list)
+        for (CNodeBase* next : *list)
+          if (seen.insert(next).second)
+            closure.push_back(next);
+  rare.ClosureValid = true;
+  return closure;
 }
 
 void CNodeBase::Fire(ECallbackType type) {
-  if (m_Callbacks.empty())
+  if (!m_pRare || m_pRare->Callbacks.empty())
     return;
   // A copy, so that a callback may deregister itself or others while it runs.
-  const auto callbacks = m_Callbacks;
+  const auto callbacks = m_pRare->Callbacks;
   for (const auto& callback : callbacks)
     (*callback)(type);
 }
 
 // ---- values
+
+// A node type implements the getter and setter of its own value type (float or integer) and
+// inherits the other one, which converts. The inherited one of its own type means the node has
+// no such value (getters) or cannot be written (setters): never forward back, or the two
+// defaults would call each other until the stack overflows.
 
 int64_t CNodeBase::GetIntV(bool verify, bool ignoreCache) {
   if (IsFloatValue())
@@ -206,17 +244,25 @@ int64_t CNodeBase::GetIntV(bool verify, bool ignoreCache) {
 }
 
 double CNodeBase::GetFloatV(bool verify, bool ignoreCache) {
-  return static_cast<double>(GetIntV(verify, ignoreCache));
+  if (!IsFloatValue())
+    return static_cast<double>(GetIntV(verify, ignoreCache));
+  throw GENAPI_NODE_ERROR(LogicalErrorException)("Node '%s' has no numeric value", m_Name.c_str());
 }
 
 void CNodeBase::SetIntV(int64_t value, bool verify) {
   if (IsFloatValue())
     return SetFloatV(static_cast<double>(value), verify);
-  throw GENAPI_NODE_ERROR(LogicalErrorException)("Node '%s' has no numeric value", m_Name.c_str());
+  throw GENAPI_NODE_ERROR(AccessException)("Node is not writable.");
 }
 
 void CNodeBase::SetFloatV(double value, bool verify) {
-  SetIntV(SaturateToInt64(value), verify);
+  if (!IsFloatValue())
+    return SetIntV(SaturateToInt64(value), verify);
+  throw GENAPI_NODE_ERROR(AccessException)("Node is not writable.");
+}
+
+void CNodeBase::CheckWritableTarget() const {
+  CheckWritable();
 }
 
 int64_t CNodeBase::GetIntMinV() {
@@ -234,7 +280,10 @@ bool CNodeBase::IsTrue(const CRef& ref) {
 // ---- access
 
 EAccessMode CNodeBase::GetAccessMode() const {
+  if (!m_NotImplemented.empty())
+    return NI;
   AutoLock lock(m_pMap->GetLock());
+  m_pMap->BeginQuery();
   if (m_InAccessMode)
     return RW; // a cycle through access-mode references: assume RW, as GenApi does
   m_InAccessMode = true;
@@ -256,12 +305,20 @@ const char* CNodeBase::EntryPoint() const {
   return m_pMap->EntryPoint();
 }
 
+void CNodeBase::ThrowIfNotImplemented() const {
+  if (!m_NotImplemented.empty())
+    throw GENAPI_NODE_ERROR(AccessException)("Node is not implemented: %s.",
+                                             m_NotImplemented.c_str());
+}
+
 void CNodeBase::CheckReadable() const {
+  ThrowIfNotImplemented();
   if (!GenApi::IsReadable(GetAccessMode()))
     throw GENAPI_NODE_ERROR(AccessException)("Node is not readable.");
 }
 
 void CNodeBase::CheckWritable() const {
+  ThrowIfNotImplemented();
   if (!GenApi::IsWritable(GetAccessMode()))
     throw GENAPI_NODE_ERROR(AccessException)("Node is not writable.");
 }
@@ -296,7 +353,7 @@ void CNodeBase::InvalidateNode() {
 }
 
 gcstring CNodeBase::GetDisplayName() const {
-  return m_DisplayName.empty() ? m_Name : m_DisplayName;
+  return m_pRare && !m_pRare->DisplayName.empty() ? m_pRare->DisplayName : m_Name;
 }
 
 gcstring CNodeBase::GetDeviceName() const {
@@ -315,7 +372,7 @@ CallbackHandleType CNodeBase::RegisterCallback(CNodeCallback* pCallback) {
   AutoLock lock(m_pMap->GetLock()); // also guards the entry point the error below reads
   if (!pCallback)
     throw GENAPI_NODE_ERROR(InvalidArgumentException)("Callback must not be NULL");
-  m_Callbacks.emplace_back(pCallback, [](CNodeCallback* callback) { callback->Destroy(); });
+  Rare().Callbacks.emplace_back(pCallback, [](CNodeCallback* callback) { callback->Destroy(); });
   const auto handle = reinterpret_cast<CallbackHandleType>(pCallback);
   std::lock_guard<std::mutex> registryLock(RegistryMutex());
   Registry()[handle] = this;
@@ -324,16 +381,19 @@ CallbackHandleType CNodeBase::RegisterCallback(CNodeCallback* pCallback) {
 
 bool CNodeBase::DeregisterCallback(CallbackHandleType hCallback) {
   AutoLock lock(m_pMap->GetLock());
-  const auto it = std::find_if(m_Callbacks.begin(), m_Callbacks.end(), [&](const auto& callback) {
+  if (!m_pRare)
+    return false;
+  auto& callbacks = m_pRare->Callbacks;
+  const auto it = std::find_if(callbacks.begin(), callbacks.end(), [&](const auto& callback) {
     return reinterpret_cast<CallbackHandleType>(callback.get()) == hCallback;
   });
-  if (it == m_Callbacks.end())
+  if (it == callbacks.end())
     return false;
   {
     std::lock_guard<std::mutex> registryLock(RegistryMutex());
     Registry().erase(hCallback);
   }
-  m_Callbacks.erase(it);
+  callbacks.erase(it);
   return true;
 }
 
@@ -341,10 +401,10 @@ INodeMap* CNodeBase::GetNodeMap() const {
   return m_pMap;
 }
 INode* CNodeBase::GetAlias() const {
-  return m_Alias.p;
+  return m_pRare ? m_pRare->Alias.p : nullptr;
 }
 INode* CNodeBase::GetCastAlias() const {
-  return m_CastAlias.p;
+  return m_pRare ? m_pRare->CastAlias.p : nullptr;
 }
 bool CNodeBase::IsFeature() const {
   return m_IsFeature;

@@ -28,6 +28,12 @@ class CNodeMap;
                                              (owner).Name().c_str())                               \
       .Report
 
+//! Thrown while linking when a node needs a node the description does not define; the map
+//! catches it and marks the node not implemented.
+struct CMissingReference {
+  std::string Reason;
+};
+
 class CNodeBase : public virtual INode, public virtual IValue {
 public:
   CNodeBase(CNodeMap& map, ENodeType type);
@@ -46,14 +52,20 @@ public:
   virtual void Link();
   //! Nodes owned by this one that the map must link too (entries, inline formulas).
   virtual void CollectOwned(std::vector<CNodeBase*>& owned) { (void)owned; }
-  void Resolve(CRef& ref, const char* what);
+  //! Finds the node `ref` names. A missing one is warned about once per name; a `required` one
+  //! throws CMissingReference (the node becomes not implemented), another is left null.
+  bool Resolve(CRef& ref, const char* what, bool required = true);
+  //! Makes this node not implemented for `reason`, which its errors then give.
+  void MarkNotImplemented(const std::string& reason) { m_NotImplemented = reason; }
+  const std::string& NotImplementedReason() const { return m_NotImplemented; }
   //! Declares that this node reads `child`; `value` edges must not form cycles.
   void AddChild(CNodeBase* child, bool value = true);
   void AddAffected(CNodeBase* node);
-  const std::vector<CNodeBase*>& ValueChildren() const { return m_ValueChildren; }
-  const std::vector<CNodeBase*>& Affected() const { return m_Affected; }
-  const std::vector<CRef>& Invalidators() const { return m_Invalidators; }
-  const std::vector<CRef>& Selected() const { return m_Selected; }
+  //! The nodes this one reads; the first ValueChildCount() of them are read for its value.
+  const std::vector<CNodeBase*>& Children() const { return m_Children; }
+  size_t ValueChildCount() const { return m_ValueChildCount; }
+  //! The nodes that read this one.
+  const std::vector<CNodeBase*>& Parents() const { return m_Parents; }
   CNodeMap& Map() const { return *m_pMap; }
 
   // ---- values, without lock or access check
@@ -63,6 +75,9 @@ public:
   virtual double GetFloatV(bool verify, bool ignoreCache);
   virtual void SetIntV(int64_t value, bool verify);
   virtual void SetFloatV(double value, bool verify);
+  //! Throws AccessException naming this node unless it is writable now: every node that a write
+  //! reaches on behalf of another checks this, not only the one the application names.
+  void CheckWritableTarget() const;
   virtual int64_t GetIntMinV();
   virtual int64_t GetIntMaxV();
   virtual int64_t GetIntIncV() { return 1; }
@@ -79,10 +94,11 @@ public:
   void Fire(ECallbackType type);
   bool m_Pending = false; // queued for the callbacks of the running operation
   bool m_IsFeature = false;
-  uint8_t m_Mark = 0; // cycle check
+  uint8_t m_Mark = 0;        // cycle check
+  uint32_t m_ChainDepth = 0; // cycle check: the longest chain of value edges from here
   int64_t m_PollingTime = -1;
   int64_t m_PollElapsed = 0;
-  CRef m_BlockPolling;
+  CNodeBase* BlockPolling() const { return m_pRare ? m_pRare->BlockPolling.p : nullptr; }
 
   // ---- INode
   EAccessMode GetAccessMode() const override;
@@ -102,13 +118,13 @@ public:
   CallbackHandleType RegisterCallback(CNodeCallback* pCallback) override;
   bool DeregisterCallback(CallbackHandleType hCallback) override;
   INodeMap* GetNodeMap() const override;
-  gcstring GetEventID() const override { return m_EventID; }
+  gcstring GetEventID() const override { return m_pRare ? m_pRare->EventID : gcstring(); }
   bool IsStreamable() const override { return m_Streamable; }
   void ImposeAccessMode(EAccessMode ImposedAccessMode) override;
   void ImposeVisibility(EVisibility ImposedVisibility) override;
   INode* GetAlias() const override;
   INode* GetCastAlias() const override;
-  gcstring GetDocuURL() const override { return m_DocuURL; }
+  gcstring GetDocuURL() const override { return m_pRare ? m_pRare->DocuURL : gcstring(); }
   bool IsDeprecated() const override { return m_Deprecated; }
   EInterfaceType GetPrincipalInterfaceType() const override { return intfIValue; }
   bool IsFeature() const override;
@@ -121,6 +137,8 @@ public:
 
 protected:
   const char* EntryPoint() const;
+  //! Throws AccessException saying why when the node is not implemented for lack of a node.
+  void ThrowIfNotImplemented() const;
   //! Throws AccessException unless the node is readable / writable now.
   void CheckReadable() const;
   void CheckWritable() const;
@@ -131,22 +149,36 @@ protected:
   ENodeType m_Type;
   std::string m_Name;
   ENameSpace m_NameSpace = Custom;
-  std::string m_ToolTip, m_Description, m_DisplayName, m_DocuURL, m_EventID;
+  std::string m_ToolTip, m_Description;
   EVisibility m_Visibility = Beginner;
   EVisibility m_ImposedVisibility = Beginner;
   bool m_Deprecated = false;
   bool m_Streamable = false;
-  CRef m_IsImplemented, m_IsAvailable, m_IsLocked, m_Alias, m_CastAlias;
-  std::vector<CRef> m_Invalidators, m_Selected;
+  CRef m_IsImplemented, m_IsAvailable, m_IsLocked;
   EAccessMode m_ImposedXml = RW;
   EAccessMode m_ImposedRuntime = RW;
 
 private:
-  std::vector<CNodeBase*> m_Children, m_ValueChildren, m_Parents, m_Affected;
-  std::vector<CNodeBase*> m_Closure;
-  bool m_ClosureValid = false;
+  // The graph: value children first in m_Children. The nodes a change of this one affects are
+  // its parents plus the rare block's Affected (nodes naming it as invalidator or selector).
+  std::vector<CNodeBase*> m_Children, m_Parents;
+  uint32_t m_ValueChildCount = 0;
+
   mutable bool m_InAccessMode = false;
-  std::vector<std::shared_ptr<CNodeCallback>> m_Callbacks;
+  std::string m_NotImplemented; // why the node is not implemented, empty when it is
+  // What few nodes have, allocated with the first of it: a map of thousands of nodes stays
+  // small, so that building and walking it touches less memory.
+  struct SRare {
+    std::string DisplayName, DocuURL, EventID;
+    CRef Alias, CastAlias, BlockPolling;
+    std::vector<CRef> Invalidators, Selected;
+    std::vector<CNodeBase*> Affected; // besides the parents
+    std::vector<std::shared_ptr<CNodeCallback>> Callbacks;
+    std::vector<CNodeBase*> Closure; // valid once ClosureValid
+    bool ClosureValid = false;
+  };
+  SRare& Rare();
+  std::unique_ptr<SRare> m_pRare;
 };
 
 } // namespace GenApi

@@ -1,5 +1,5 @@
 #include <GenApi/NodeMapRef.h>
-#include <GenApi/XercesLifetime.h>
+#include <GenApi/XercesScope.h>
 
 #include "CNodeMap.h"
 #include "CXmlLoader.h"
@@ -8,7 +8,6 @@
 #include <xercesc/util/XMLException.hpp>
 
 #include <fstream>
-#include <mutex>
 #include <sstream>
 
 namespace GenApi {
@@ -43,18 +42,14 @@ void CNodeMapRef::Load(const gcstring& xml, const gcstring* injectXml) {
   if (m_pMap)
     throw RUNTIME_EXCEPTION("DLL already loaded");
   auto map = std::make_shared<CNodeMap>(m_DeviceName);
+  map->Reserve(xml.size() + (injectXml ? injectXml->size() : 0));
   {
-    // Our Initialize/Terminate pairs wrap one load, so a Terminate never pulls Xerces away from
-    // another user; the shared lock keeps the count exact against the process's other users.
-    std::lock_guard<std::mutex> lock(XercesLifetimeLock());
+    std::unique_ptr<CXercesScope> xerces;
     try {
-      xercesc::XMLPlatformUtils::Initialize();
+      xerces = std::make_unique<CXercesScope>();
     } catch (const xercesc::XMLException&) {
       throw RUNTIME_EXCEPTION("Could not initialise the XML parser");
     }
-    struct Terminate {
-      ~Terminate() { xercesc::XMLPlatformUtils::Terminate(); }
-    } terminate;
     CXmlLoader(*map, 0).Parse(xml);
     if (injectXml)
       CXmlLoader(*map, 1).Parse(*injectXml);

@@ -4,6 +4,7 @@
 #include "CNodeMap.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 
 namespace GenApi {
@@ -25,7 +26,7 @@ void CPortNode::SetPort(IPort* port) {
   InvalidateCache();
 }
 
-CPortNode::CacheEntry& CPortNode::Entry(int64_t address, int64_t length) {
+CPortNode::CacheEntry& CPortNode::Entry(uint64_t address, int64_t length) {
   m_MaxLength = std::max(m_MaxLength, length);
   return m_Cache[{address, length}];
 }
@@ -49,31 +50,46 @@ void CPortNode::DeviceRead(uint8_t* buffer, int64_t address, int64_t length) {
   Swap(buffer, length);
 }
 
-void CPortNode::DeviceWrite(const uint8_t* buffer, int64_t address, int64_t length,
+void CPortNode::DeviceWrite(const uint8_t* buffer, uint64_t address, int64_t length,
                             bool writeThrough) {
   if (m_SwapEndianess) {
     std::vector<uint8_t> swapped(buffer, buffer + length);
     Swap(swapped.data(), length);
-    m_pPort->Write(swapped.data(), address, length);
+    m_pPort->Write(swapped.data(), static_cast<int64_t>(address), length);
   } else {
-    m_pPort->Write(buffer, address, length);
+    m_pPort->Write(buffer, static_cast<int64_t>(address), length);
   }
-  // Every slot overlapping [address, address + length) starts at or after address - maxLength.
-  const int64_t end = address + length;
-  for (auto it = m_Cache.lower_bound({address - m_MaxLength, 0});
-       it != m_Cache.end() && it->first.first < end; ++it) {
-    const int64_t slotStart = it->first.first;
-    const int64_t slotEnd = slotStart + it->first.second;
-    if (slotEnd <= address || !it->second.Valid)
+  // Slots overlapping the write start in [address - maxLength, address + length), taken modulo
+  // 2^64; a window that wraps is visited in two pieces.
+  const uint64_t first = address - static_cast<uint64_t>(m_MaxLength);
+  const uint64_t last = address + static_cast<uint64_t>(length) - 1;
+  if (first <= last) {
+    UpdateSlots(buffer, address, length, writeThrough, first, last);
+  } else {
+    UpdateSlots(buffer, address, length, writeThrough, first, UINT64_MAX);
+    UpdateSlots(buffer, address, length, writeThrough, 0, last);
+  }
+}
+
+void CPortNode::UpdateSlots(const uint8_t* buffer, uint64_t address, int64_t length,
+                            bool writeThrough, uint64_t first, uint64_t last) {
+  const auto size = static_cast<uint64_t>(length);
+  for (auto it = m_Cache.lower_bound({first, 0}); it != m_Cache.end() && it->first.first <= last;
+       ++it) {
+    const uint64_t slot = it->first.first;
+    const auto slotSize = static_cast<uint64_t>(it->first.second);
+    // Distances modulo 2^64: one range starts inside the other exactly when they overlap.
+    if (!it->second.Valid || (slot - address >= size && address - slot >= slotSize))
       continue;
     if (!writeThrough) {
       it->second.Valid = false;
       continue;
     }
-    const int64_t from = std::max(slotStart, address);
-    const int64_t to = std::min(slotEnd, end);
-    std::memcpy(it->second.Bytes.data() + (from - slotStart), buffer + (from - address),
-                static_cast<size_t>(to - from));
+    for (uint64_t i = 0; i < slotSize; ++i) {
+      const uint64_t offset = slot + i - address;
+      if (offset < size)
+        it->second.Bytes[i] = buffer[offset];
+    }
   }
 }
 

@@ -26,12 +26,13 @@ public:
 
   void SetPort(IPort* port);
   bool IsConnected() const { return m_pPort != nullptr; }
-  //! The cache slot of exactly this range; slots live as long as the node map.
-  CacheEntry& Entry(int64_t address, int64_t length);
+  //! The cache slot of exactly this range; slots live as long as the node map. Addresses are
+  //! unsigned and wrap at 2^64, as the register address sums do.
+  CacheEntry& Entry(uint64_t address, int64_t length);
   void DeviceRead(uint8_t* buffer, int64_t address, int64_t length);
   //! Writes to the device and brings overlapping cache slots up to date (write-through) or drops
   //! them (other modes).
-  void DeviceWrite(const uint8_t* buffer, int64_t address, int64_t length, bool writeThrough);
+  void DeviceWrite(const uint8_t* buffer, uint64_t address, int64_t length, bool writeThrough);
   void InvalidateCache();
 
   // IPort
@@ -43,7 +44,10 @@ private:
 
   IPort* m_pPort = nullptr;
   bool m_SwapEndianess = false;
-  std::map<std::pair<int64_t, int64_t>, CacheEntry> m_Cache;
+  void UpdateSlots(const uint8_t* buffer, uint64_t address, int64_t length, bool writeThrough,
+                   uint64_t first, uint64_t last);
+
+  std::map<std::pair<uint64_t, int64_t>, CacheEntry> m_Cache;
   int64_t m_MaxLength = 0;
 };
 

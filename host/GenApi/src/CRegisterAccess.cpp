@@ -67,6 +67,7 @@ void CRegisterAccess::CollectOwned(std::vector<CNodeBase*>& owned) {
 }
 
 void CRegisterAccess::Link(CNodeBase& owner) {
+  m_pOwner = &owner;
   for (CRef& ref : m_Addresses) {
     owner.Resolve(ref, "pAddress");
     owner.AddChild(ref.p);
@@ -84,6 +85,8 @@ void CRegisterAccess::Link(CNodeBase& owner) {
   if (!m_Length.IsSet())
     throw GENAPI_OWNER_ERROR(RuntimeException, owner)("Node '%s' has no Length",
                                                       owner.Name().c_str());
+  if (!m_Port.IsSet())
+    throw CMissingReference{"'" + owner.Name() + "' has no pPort"};
   owner.Resolve(m_Port, "pPort");
   if (m_Port.p && m_Port.p->Type() != ENodeType::Port)
     throw GENAPI_OWNER_ERROR(RuntimeException, owner)("Node '%s': pPort '%s' is not a Port node",
@@ -97,6 +100,9 @@ void CRegisterAccess::Link(CNodeBase& owner) {
 
 int64_t CRegisterAccess::Address(bool ignoreCache) const {
   uint64_t address = static_cast<uint64_t>(m_Literal); // wraps like the device's address space
+  if (m_Addresses.empty() && m_Terms.empty() && m_Indexes.empty())
+    return static_cast<int64_t>(address);
+  m_pOwner->Map().Step();
   for (const CRef& ref : m_Addresses)
     address += static_cast<uint64_t>(ref.p->GetIntV(false, ignoreCache));
   for (const auto& term : m_Terms)
@@ -112,7 +118,12 @@ int64_t CRegisterAccess::Address(bool ignoreCache) const {
 }
 
 int64_t CRegisterAccess::Length(bool ignoreCache) const {
-  return m_Length.GetInt(ignoreCache);
+  const int64_t length = m_Length.GetInt(ignoreCache);
+  if (length < 1 || length > MaxLength)
+    throw GENAPI_OWNER_ERROR(OutOfRangeException, *m_pOwner)(
+        "Node '%s': register length %lld is outside 1..%lld bytes", m_pOwner->Name().c_str(),
+        static_cast<long long>(length), static_cast<long long>(MaxLength));
+  return length;
 }
 
 EAccessMode CRegisterAccess::Mode() const {
@@ -139,7 +150,7 @@ void CRegisterAccess::Read(CNodeBase& owner, uint8_t* buffer, int64_t length, bo
   const int64_t address = Address(ignoreCache);
   CPortNode::CacheEntry* entry = nullptr;
   if (m_Caching != NoCache) {
-    entry = &port.Entry(address, length);
+    entry = &port.Entry(static_cast<uint64_t>(address), length);
     Remember(entry);
     if (entry->Valid && !ignoreCache) {
       std::memcpy(buffer, entry->Bytes.data(), static_cast<size_t>(length));
@@ -156,10 +167,10 @@ void CRegisterAccess::Read(CNodeBase& owner, uint8_t* buffer, int64_t length, bo
 void CRegisterAccess::Write(CNodeBase& owner, const uint8_t* buffer, int64_t length) {
   CPortNode& port = Port(owner);
   const int64_t address = Address(false);
-  port.DeviceWrite(buffer, address, length, m_Caching == WriteThrough);
+  port.DeviceWrite(buffer, static_cast<uint64_t>(address), length, m_Caching == WriteThrough);
   if (m_Caching == NoCache)
     return;
-  CPortNode::CacheEntry& entry = port.Entry(address, length);
+  CPortNode::CacheEntry& entry = port.Entry(static_cast<uint64_t>(address), length);
   Remember(&entry);
   if (m_Caching == WriteThrough) {
     entry.Bytes.assign(buffer, buffer + length);

@@ -18,7 +18,12 @@ public:
   void CollectOwned(std::vector<CNodeBase*>& owned);
   void Link(CNodeBase& owner);
 
+  //! Longest register a description may ask for: lengths come from the device or the file and
+  //! become allocation sizes, so anything longer is refused before allocating.
+  static constexpr int64_t MaxLength = int64_t(1) << 20;
+
   int64_t Address(bool ignoreCache) const;
+  //! The length in bytes; throws OutOfRangeException naming the node unless 1..MaxLength.
   int64_t Length(bool ignoreCache) const;
   bool HasLiteralLength() const { return m_Length.HasLiteral; }
   int64_t LiteralLength() const { return m_Length.Int; }
@@ -48,6 +53,7 @@ private:
   CNumRef m_Length;
   EAccessMode m_Mode = RO;
   CRef m_Port;
+  const CNodeBase* m_pOwner = nullptr; // the register node, for errors
   ECachingMode m_Caching = WriteThrough;
   std::vector<CPortNode::CacheEntry*> m_Entries; // every slot this register used
 };

@@ -17,6 +17,7 @@ void CRegisterNode::CheckLength(int64_t length) {
 
 void CRegisterNode::Set(const uint8_t* pBuffer, int64_t Length, bool Verify) {
   CEntryGuard guard(*this, "Set");
+  ThrowIfNotImplemented();
   if (!GenApi::IsWritable(GetAccessMode()))
     throw GENAPI_NODE_ERROR(AccessException)("Node is not writable");
   CheckLength(Length);
@@ -28,6 +29,7 @@ void CRegisterNode::Set(const uint8_t* pBuffer, int64_t Length, bool Verify) {
 
 void CRegisterNode::Get(uint8_t* pBuffer, int64_t Length, bool Verify, bool IgnoreCache) {
   CEntryGuard guard(*this, "Get");
+  ThrowIfNotImplemented();
   if (!GenApi::IsReadable(GetAccessMode()))
     throw GENAPI_NODE_ERROR(AccessException)("Node is not readable");
   CheckLength(Length);

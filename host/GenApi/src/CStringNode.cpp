@@ -37,6 +37,7 @@ void CStringNode::InvalidateOwn() {
 
 void CStringNode::SetValue(const gcstring& Value, bool Verify) {
   CEntryGuard guard(*this, "SetValue");
+  ThrowIfNotImplemented();
   if (!GenApi::IsWritable(GetAccessMode()))
     throw GENAPI_NODE_ERROR(AccessException)("Node is not writable");
   m_pMap->PreWrite(this);
@@ -50,6 +51,7 @@ void CStringNode::SetValue(const gcstring& Value, bool Verify) {
 
 gcstring CStringNode::GetValue(bool Verify, bool IgnoreCache) {
   CEntryGuard guard(*this, "GetValue");
+  ThrowIfNotImplemented();
   if (!GenApi::IsReadable(GetAccessMode()))
     throw GENAPI_NODE_ERROR(AccessException)("Node is not readable");
   IString* target = Target();

@@ -9,6 +9,7 @@ namespace GenApi {
 
 gcstring CStringRegNode::GetValue(bool Verify, bool IgnoreCache) {
   CEntryGuard guard(*this, "GetValue");
+  ThrowIfNotImplemented();
   if (!GenApi::IsReadable(GetAccessMode()))
     throw GENAPI_NODE_ERROR(AccessException)("Node is not readable");
   const int64_t length = m_Register.Length(IgnoreCache || Verify);
@@ -22,6 +23,7 @@ gcstring CStringRegNode::GetValue(bool Verify, bool IgnoreCache) {
 
 void CStringRegNode::SetValue(const gcstring& Value, bool Verify) {
   CEntryGuard guard(*this, "SetValue");
+  ThrowIfNotImplemented();
   if (!GenApi::IsWritable(GetAccessMode()))
     throw GENAPI_NODE_ERROR(AccessException)("Node is not writable");
   const int64_t length = m_Register.Length(false);

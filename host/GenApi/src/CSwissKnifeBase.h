@@ -1,5 +1,6 @@
 #pragma once
 #include "CFormulaSet.h"
+#include "CNodeMap.h"
 
 #include <type_traits>
 
@@ -26,12 +27,22 @@ public:
   EAccessMode NaturalAccessMode() const override { return RO; }
 
 protected:
-  TValue Compute(bool ignoreCache) const {
+  //! The formula's value, computed at most once per generation of the map (a fresh value also
+  //! serves a request that allows the cache).
+  TValue Compute(bool ignoreCache) {
+    CNodeMap& map = this->Map();
+    const uint64_t generation = map.Generation();
+    if (m_MemoGeneration == generation && (m_MemoFresh || !ignoreCache))
+      return m_Memo;
+    map.Step();
     const FormulaValue result = m_Formulas.Evaluate(m_Formula, IsInteger, ignoreCache, nullptr);
     if constexpr (IsInteger)
-      return result.AsInt();
+      m_Memo = result.AsInt();
     else
-      return result.AsFloat();
+      m_Memo = result.AsFloat();
+    m_MemoGeneration = generation;
+    m_MemoFresh = ignoreCache;
+    return m_Memo;
   }
 
 private:
@@ -40,6 +51,10 @@ private:
   CFormulaSet m_Formulas;
   std::string m_Text;
   size_t m_Formula = 0;
+  // memo of Compute (map lock held)
+  TValue m_Memo = 0;
+  uint64_t m_MemoGeneration = 0;
+  bool m_MemoFresh = false;
 };
 
 } // namespace GenApi

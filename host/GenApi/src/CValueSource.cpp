@@ -87,16 +87,28 @@ CNumRef& CValueSource::Current(bool ignoreCache) {
 
 int64_t CValueSource::GetInt(bool verify, bool ignoreCache) {
   CNumRef& current = Current(ignoreCache);
+  if (current.Ref.p)
+    current.Ref.p->Map().Step();
   return current.Ref.p ? current.Ref.p->GetIntV(verify, ignoreCache) : current.Int;
 }
 
 double CValueSource::GetFloat(bool verify, bool ignoreCache) {
   CNumRef& current = Current(ignoreCache);
+  if (current.Ref.p)
+    current.Ref.p->Map().Step();
   return current.Ref.p ? current.Ref.p->GetFloatV(verify, ignoreCache) : current.Float;
+}
+
+void CValueSource::CheckTargets(const CNumRef& current) const {
+  if (current.Ref.p)
+    current.Ref.p->CheckWritableTarget();
+  for (const CRef& copy : m_Copies)
+    copy.p->CheckWritableTarget();
 }
 
 void CValueSource::SetInt(int64_t value, bool verify) {
   CNumRef& current = Current(false);
+  CheckTargets(current);
   if (current.Ref.p) {
     current.Ref.p->SetIntV(value, verify);
   } else {
@@ -109,6 +121,7 @@ void CValueSource::SetInt(int64_t value, bool verify) {
 
 void CValueSource::SetFloat(double value, bool verify) {
   CNumRef& current = Current(false);
+  CheckTargets(current);
   if (current.Ref.p) {
     current.Ref.p->SetFloatV(value, verify);
   } else {

@@ -27,6 +27,8 @@ public:
 
 private:
   CNumRef& Current(bool ignoreCache);
+  //! Refuses the write unless every node it reaches is writable.
+  void CheckTargets(const CNumRef& current) const;
   void SetLiteral(CNumRef& target, const std::string& text) const;
 
   struct Indexed {

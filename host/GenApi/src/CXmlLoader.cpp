@@ -71,7 +71,15 @@ std::string Transcoded(const XMLCh* text) {
 } // namespace
 
 void CXmlLoader::ToUtf8(const XMLCh* text, size_t length, std::string& out) {
-  for (size_t i = 0; i < length; ++i) {
+  // Descriptions are nearly all ASCII: copy that part in one go.
+  const size_t start = out.size();
+  out.resize(start + length);
+  char* ascii = &out[start];
+  size_t i = 0;
+  for (; i < length && text[i] < 0x80; ++i)
+    ascii[i] = static_cast<char>(text[i]);
+  out.resize(start + i);
+  for (; i < length; ++i) {
     uint32_t c = text[i];
     if (c < 0x80) {
       out += static_cast<char>(c);
@@ -205,24 +213,58 @@ std::unique_ptr<CNodeBase> CXmlLoader::Create(ENodeType type, const Attributes& 
     node = std::make_unique<CPlainNode>(m_Map, type);
     break;
   }
-  node->SetName(Attribute(attrs, u"Name"));
   node->m_DocIndex = m_DocIndex;
-  if (Attribute(attrs, u"NameSpace") == "Standard")
-    node->SetNameSpace(Standard);
-  const std::string priority = Attribute(attrs, u"MergePriority");
-  int64_t value = 0;
-  if (!priority.empty() && ParseInt64(priority, value))
-    node->m_MergePriority = static_cast<int>(value);
+  // One pass over the attributes; only Name is common to all.
+  for (XMLSize_t i = 0; i < attrs.getLength(); ++i) {
+    const XMLCh* name = attrs.getLocalName(i);
+    if (XMLString::equals(name, u"Name")) {
+      std::string value;
+      const XMLCh* text = attrs.getValue(i);
+      ToUtf8(text, XMLString::stringLen(text), value);
+      Trim(value);
+      node->SetName(value);
+    } else if (XMLString::equals(name, u"NameSpace")) {
+      if (Attribute(attrs, u"NameSpace") == "Standard")
+        node->SetNameSpace(Standard);
+    } else if (XMLString::equals(name, u"MergePriority")) {
+      int64_t value = 0;
+      if (ParseInt64(Attribute(attrs, u"MergePriority"), value))
+        node->m_MergePriority = static_cast<int>(value);
+    }
+  }
   return node;
+}
+
+const CXmlLoader::Element& CXmlLoader::Classify(const XMLCh* localname) {
+  const auto found = m_Elements.find(localname);
+  if (found != m_Elements.end() && found->second.Key == localname)
+    return found->second;
+  Element element;
+  element.Key = localname;
+  ToUtf8(localname, element.Key.size(), element.Name);
+  element.Prop = PropFromName(element.Name);
+  element.Type = NodeTypeFromName(element.Name);
+  static const std::pair<const char*, Element::ERole> roles[] = {
+      {"Group", Element::Group},
+      {"StructReg", Element::StructReg},
+      {"StructEntry", Element::StructEntry},
+      {"EnumEntry", Element::EnumEntry},
+      {"IntSwissKnife", Element::IntSwissKnife},
+      {"Extension", Element::Extension}};
+  element.Role = Element::None;
+  for (const auto& role : roles)
+    if (element.Name == role.first)
+      element.Role = role.second;
+  return m_Elements[localname] = std::move(element);
 }
 
 void CXmlLoader::startElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname,
                               const Attributes& attrs) {
-  m_Name.clear();
-  ToUtf8(localname, XMLString::stringLen(localname), m_Name);
+  const Element& element = Classify(localname);
+  const std::string& name = element.Name;
   if (m_Stack.empty()) {
-    if (m_Name != "RegisterDescription")
-      Fail("the document element is '" + m_Name + "', not 'RegisterDescription'");
+    if (name != "RegisterDescription")
+      Fail("the document element is '" + name + "', not 'RegisterDescription'");
     int64_t major = 1, minor = 0;
     ParseInt64(Attribute(attrs, u"SchemaMajorVersion"), major);
     ParseInt64(Attribute(attrs, u"SchemaMinorVersion"), minor);
@@ -237,7 +279,7 @@ void CXmlLoader::startElement(const XMLCh* uri, const XMLCh* localname, const XM
   Frame frame(EFrame::Skip);
   auto property = [&] {
     frame.Kind = EFrame::Property;
-    frame.Prop = PropFromName(m_Name);
+    frame.Prop = element.Prop;
     if (attrs.getLength()) {
       m_Attr.Name = Attribute(attrs, u"Name");
       m_Attr.Index = Attribute(attrs, u"Index");
@@ -252,50 +294,50 @@ void CXmlLoader::startElement(const XMLCh* uri, const XMLCh* localname, const XM
   switch (parent) {
   case EFrame::Root:
   case EFrame::Group:
-    if (m_Name == "Group") {
+    if (element.Role == Element::Group) {
       frame.Kind = EFrame::Group;
-    } else if (m_Name == "StructReg") {
+    } else if (element.Role == Element::StructReg) {
       frame.Kind = EFrame::StructReg;
       frame.Struct = std::make_unique<StructState>();
     } else {
-      const ENodeType type = NodeTypeFromName(m_Name);
+      const ENodeType type = element.Type;
       if (type != ENodeType::None) {
         frame.Kind = EFrame::Node;
         frame.Node = Create(type, attrs);
         if (frame.Node->Name().empty())
-          Fail("a " + m_Name + " element has no Name");
+          Fail("a " + name + " element has no Name");
       }
     }
     break;
   case EFrame::Node: {
     CNodeBase* owner = m_Stack.back().Node.get();
-    if (m_Name == "EnumEntry" && owner->Type() == ENodeType::Enumeration) {
+    if (element.Role == Element::EnumEntry && owner->Type() == ENodeType::Enumeration) {
       frame.Kind = EFrame::Node;
       frame.Node = Create(ENodeType::EnumEntry, attrs);
       if (frame.Node->Name().empty())
         Fail("an EnumEntry has no Name", owner->Name());
-    } else if (m_Name == "IntSwissKnife" && RegisterOf(owner)) {
+    } else if (element.Role == Element::IntSwissKnife && RegisterOf(owner)) {
       frame.Kind = EFrame::Node;
       frame.Node = Create(ENodeType::IntSwissKnife, attrs);
       frame.Node->SetName(owner->Name() + ".Address");
-    } else if (m_Name != "Extension") {
+    } else if (element.Role != Element::Extension) {
       property();
     }
     break;
   }
   case EFrame::StructReg:
-    if (m_Name == "StructEntry") {
+    if (element.Role == Element::StructEntry) {
       frame.Kind = EFrame::StructEntry;
       frame.Struct = std::make_unique<StructState>();
       m_Stack.back().Struct->EntryNames.push_back(Attribute(attrs, u"Name"));
       if (m_Stack.back().Struct->EntryNames.back().empty())
         Fail("a StructEntry has no Name");
-    } else if (m_Name != "Extension") {
+    } else if (element.Role != Element::Extension) {
       property();
     }
     break;
   case EFrame::StructEntry:
-    if (m_Name != "Extension")
+    if (element.Role != Element::Extension)
       property();
     break;
   default:
@@ -343,11 +385,10 @@ void CXmlLoader::endElement(const XMLCh* uri, const XMLCh* localname, const XMLC
         RegisterOf(parent.Node.get())->AddAddressTerm(std::move(frame.Node));
       }
     } else {
-      const std::string name = frame.Node->Name();
       try {
-        m_Map.AddNode(std::move(frame.Node));
+        m_Map.AddNode(frame.Node);
       } catch (const GenICam::GenericException& e) {
-        Fail(e.GetDescription(), name);
+        Fail(e.GetDescription(), frame.Node->Name());
       }
     }
     break;
@@ -365,7 +406,7 @@ void CXmlLoader::endElement(const XMLCh* uri, const XMLCh* localname, const XMLC
       for (const Record& record : frame.Struct->Entries[i])
         Apply(entry, record.Prop, record.Text, record.Attr);
       try {
-        m_Map.AddNode(std::move(entry.Node));
+        m_Map.AddNode(entry.Node);
       } catch (const GenICam::GenericException& e) {
         Fail(e.GetDescription(), frame.Struct->EntryNames[i]);
       }

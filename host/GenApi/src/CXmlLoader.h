@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace GenApi {
@@ -30,6 +31,14 @@ public:
 
 private:
   enum class EFrame { Root, Group, Node, StructReg, StructEntry, Property, Skip };
+  //! What an element name means, worked out once per name and parse.
+  struct Element {
+    std::u16string Key; // the name as Xerces gave it
+    std::string Name;
+    EProp Prop;
+    ENodeType Type;
+    enum ERole { None, Group, StructReg, StructEntry, EnumEntry, IntSwissKnife, Extension } Role;
+  };
   struct Record {
     EProp Prop;
     std::string Text;
@@ -49,6 +58,7 @@ private:
     std::unique_ptr<StructState> Struct; // StructReg and StructEntry frames
   };
 
+  const Element& Classify(const XMLCh* localname);
   std::unique_ptr<CNodeBase> Create(ENodeType type, const xercesc::Attributes& attrs);
   void Apply(Frame& owner, EProp prop, const std::string& text, const CPropAttr& attr);
   void Finish(Frame& frame, Frame& parent);
@@ -60,7 +70,8 @@ private:
   int m_DocIndex;
   const xercesc::Locator* m_pLocator = nullptr;
   std::vector<Frame> m_Stack;
-  std::string m_Name; // scratch: the current element's local name
+  // Xerces hands every element of one name the same name pointer: one lookup per element.
+  std::unordered_map<const XMLCh*, Element> m_Elements;
   std::string m_Text; // text of the current property element
   CPropAttr m_Attr;   // attributes of the current property element
 };

@@ -3,6 +3,7 @@
 #include "LogSinks.h"
 
 #include <Base/GCException.h>
+#include <GenApi/Log.h>
 #include <platform/Environment.h>
 
 #include <algorithm>
@@ -117,7 +118,9 @@ void LogTrace(CategoryID category, unsigned level, const char* format, ...) {
     std::fprintf(stderr, "[%s] %u: %s\n", entry.category.c_str(), level, entry.text.c_str());
 }
 
-std::unique_lock<std::mutex> LockSinks() { return std::unique_lock<std::mutex>(GetState().lock); }
+std::unique_lock<std::mutex> LockSinks() {
+  return std::unique_lock<std::mutex>(GetState().lock);
+}
 
 void RegisterCapture(CLogCapture* capture) {
   State& s = GetState();
@@ -130,5 +133,23 @@ void UnregisterCapture(CLogCapture* capture) {
   std::lock_guard<std::mutex> guard(s.lock);
   s.captures.erase(std::remove(s.captures.begin(), s.captures.end(), capture), s.captures.end());
 }
+
+namespace {
+
+void FromGenApi(const char* category, const char* text) {
+  LogTrace(LogGetCatID(category), Warning, "%s", text);
+}
+
+// While this library is loaded, the GenApi library's warnings are log lines of their category.
+struct SGenApiWarnings {
+  SGenApiWarnings() { GenApi::SetLogFunction(&FromGenApi); }
+  ~SGenApiWarnings() {
+    const GenApi::LogFunction current = GenApi::SetLogFunction(nullptr);
+    if (current != &FromGenApi) // someone else's: put it back
+      GenApi::SetLogFunction(current);
+  }
+} g_GenApiWarnings;
+
+} // namespace
 
 } // namespace vxlog

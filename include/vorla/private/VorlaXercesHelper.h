@@ -5,8 +5,15 @@
 
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/sax2/DefaultHandler.hpp>
+#include <xercesc/util/XMLString.hpp>
 
 namespace Vorla {
+
+//! Deleter of the texts Xerces allocates (XMLString::transcode), for std::unique_ptr.
+struct SXercesRelease {
+  void operator()(char* text) const { xercesc::XMLString::release(&text); }
+  void operator()(XMLCh* text) const { xercesc::XMLString::release(&text); }
+};
 
 //! Xerces error handler: warnings are ignored; errors and fatal errors throw a
 //! GenICam::RuntimeException "Failed to parse XML file '<system id>' : '<message>', line: <l>

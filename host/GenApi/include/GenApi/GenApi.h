@@ -14,6 +14,7 @@
 #include <GenApi/IRegister.h>
 #include <GenApi/IString.h>
 #include <GenApi/IValue.h>
+#include <GenApi/Log.h>
 #include <GenApi/NodeCallback.h>
 #include <GenApi/NodeMapRef.h>
 #include <GenApi/Pointer.h>

@@ -3,6 +3,7 @@
 #include <Base/GCException.h>
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <charconv>
 #include <cstring>
@@ -48,9 +49,37 @@ const Function Functions[] = {
     {"CEIL", EOp::Ceil, 1, 1}, {"ROUND", EOp::Round, 1, 2},
 };
 
+// The two-character spellings come first, so that "<<" is not taken for "<".
 const char* const OperatorSpellings[] = {"||", "&&", "<>", "<=", ">=", "<<", ">>", "**", "|",
                                          "^",  "&",  "=",  "<",  ">",  "+",  "-",  "*",  "/",
                                          "%",  "~",  "!",  "?",  ":",  "(",  ")",  ","};
+constexpr int OperatorCount = sizeof OperatorSpellings / sizeof OperatorSpellings[0];
+constexpr int TwoCharacterOperators = 8;
+
+// The operator spelled at `text` (a NUL-terminated string), as an index into OperatorSpellings,
+// or -1.
+int MatchOperator(const char* text) {
+  for (int i = 0; i < TwoCharacterOperators; ++i)
+    if (text[0] == OperatorSpellings[i][0] && text[1] == OperatorSpellings[i][1])
+      return i;
+  for (int i = TwoCharacterOperators; i < OperatorCount; ++i)
+    if (text[0] == OperatorSpellings[i][0])
+      return i;
+  return -1;
+}
+
+// The binary operator of each spelling, null for the others.
+const BinaryOperator* BinaryOperatorOf(int spelling) {
+  static const auto table = [] {
+    std::array<const BinaryOperator*, OperatorCount> result{};
+    for (int i = 0; i < OperatorCount; ++i)
+      for (const BinaryOperator& op : BinaryOperators)
+        if (std::strcmp(op.Text, OperatorSpellings[i]) == 0)
+          result[static_cast<size_t>(i)] = &op;
+    return result;
+  }();
+  return table[static_cast<size_t>(spelling)];
+}
 
 bool IsIdentifierStart(char c) {
   return std::isalpha(static_cast<unsigned char>(c)) || c == '_';
@@ -134,14 +163,13 @@ void CFormulaParser::Next() {
     m_Word = m_Text.substr(m_TokenStart, m_Pos - m_TokenStart);
     return;
   }
-  for (const char* spelling : OperatorSpellings) {
-    const size_t length = std::strlen(spelling);
-    if (m_Text.compare(m_Pos, length, spelling) == 0) {
-      m_Token = EToken::Operator;
-      m_Word = spelling;
-      m_Pos += length;
-      return;
-    }
+  const int op = MatchOperator(m_Text.c_str() + m_Pos);
+  if (op >= 0) {
+    m_Token = EToken::Operator;
+    m_Op = op;
+    m_Word = OperatorSpellings[op];
+    m_Pos += m_Word.size();
+    return;
   }
   char what[48];
   if (std::isprint(static_cast<unsigned char>(c)))
@@ -209,7 +237,10 @@ void CFormulaParser::LexNumber() {
 }
 
 bool CFormulaParser::IsOperator(const char* text) const {
-  return m_Token == EToken::Operator && m_Word == text;
+  // Spellings have one or two characters: comparing two (the terminator included) is enough.
+  const char* spelling = OperatorSpellings[m_Op];
+  return m_Token == EToken::Operator && spelling[0] == text[0] &&
+         (text[0] == '\0' || spelling[1] == text[1]);
 }
 
 void CFormulaParser::Expect(const char* text) {
@@ -237,10 +268,7 @@ int32_t CFormulaParser::ParseBinary(int minPrecedence) {
   for (;;) {
     if (m_Token != EToken::Operator)
       return left;
-    const BinaryOperator* op = nullptr;
-    for (const BinaryOperator& candidate : BinaryOperators)
-      if (m_Word == candidate.Text)
-        op = &candidate;
+    const BinaryOperator* op = BinaryOperatorOf(m_Op);
     if (!op || op->Precedence < minPrecedence)
       return left;
     Next();

@@ -55,6 +55,7 @@ private:
   size_t m_TokenStart = 0;
   size_t m_Pos = 0;
   std::string m_Word; // identifier or operator text
+  int m_Op = 0;       // operator tokens: the index of the spelling
   FormulaValue m_Number = FormulaValue::FromInt(0);
 };
 
