@@ -1,7 +1,7 @@
 #include "XmlBindingsParser.h"
 
 #include <Base/GCException.h>
-#include <GenApi/XercesLifetime.h>
+#include <GenApi/XercesScope.h>
 
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
@@ -18,7 +18,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <mutex>
 
 namespace Vorla {
 namespace {
@@ -50,21 +49,6 @@ struct SParseFailure {
   gcstring message;
 };
 
-// Xerces stays initialised only for the parse; the process-wide lock keeps its count exact.
-struct CXercesScope {
-  CXercesScope() {
-    std::lock_guard<std::mutex> guard(GenApi::XercesLifetimeLock());
-    try {
-      xercesc::XMLPlatformUtils::Initialize();
-    } catch (const xercesc::XMLException&) {
-      throw RUNTIME_EXCEPTION("Failed to initialize Xerces");
-    }
-  }
-  ~CXercesScope() {
-    std::lock_guard<std::mutex> guard(GenApi::XercesLifetimeLock());
-    xercesc::XMLPlatformUtils::Terminate();
-  }
-};
 
 } // namespace
 
@@ -150,7 +134,12 @@ std::vector<SXmlBindingEntry> CXmlBindingsParser::Parse(const gcstring& path,
                                                         const gcstring& text) {
   CXmlBindingsParser handler(path);
   try {
-    CXercesScope xerces;
+    std::unique_ptr<GenApi::CXercesScope> xerces;
+    try {
+      xerces = std::make_unique<GenApi::CXercesScope>();
+    } catch (const xercesc::XMLException&) {
+      throw RUNTIME_EXCEPTION("Failed to initialize Xerces");
+    }
     std::unique_ptr<xercesc::SAX2XMLReader> reader(xercesc::XMLReaderFactory::createXMLReader());
     // A local configuration file: no DTD, no external entities.
     reader->setFeature(xercesc::XMLUni::fgSAX2CoreValidation, false);
