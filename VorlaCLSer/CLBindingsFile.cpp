@@ -9,6 +9,7 @@
 #include <xercesc/dom/DOMNodeList.hpp>
 #include <xercesc/framework/LocalFileInputSource.hpp>
 #include <xercesc/parsers/XercesDOMParser.hpp>
+#include <xercesc/util/SecurityManager.hpp>
 #include <xercesc/util/XMLString.hpp>
 #include <xercesc/util/XMLUniDefs.hpp>
 
@@ -53,9 +54,15 @@ unsigned int CCLBindingsFile::ParseCLBindingsFile(const char* path, PortConfigur
     return 0;
   }
 
-  // Declared before the parser: the parser keeps a pointer to it until it is destroyed.
+  // Declared before the parser: the parser keeps pointers to them until it is destroyed.
   DefaultRuntimeExceptionErrorHandler errorHandler;
+  xercesc::SecurityManager security; // bounds entity expansion
   xercesc::XercesDOMParser parser;
+  // The file is not trusted: internal entities expand within the security manager's limit, and
+  // nothing outside the file is read (no external DTD, no external entities).
+  parser.setSecurityManager(&security);
+  parser.setLoadExternalDTD(false);
+  parser.setDisableDefaultEntityResolution(true);
   try {
     const std::unique_ptr<XMLCh, SXercesRelease> xmlPath(xercesc::XMLString::transcode(path));
     const xercesc::LocalFileInputSource source(xmlPath.get());
