@@ -25,8 +25,6 @@ using GenICam::gcstring;
 const XMLCh kPortTag[] = {xercesc::chLatin_P, xercesc::chLatin_o, xercesc::chLatin_r,
                           xercesc::chLatin_t, xercesc::chNull};
 
-constexpr XMLSize_t kEntityExpansionLimit = 10000;
-
 struct SXercesRelease {
   void operator()(XMLCh* text) const { xercesc::XMLString::release(&text); }
 };
@@ -61,6 +59,7 @@ unsigned int CCLBindingsFile::ParseCLBindingsFile(const char* path, PortConfigur
   xercesc::SecurityManager security;
   // Far above what a file of a few dozen ports uses, and small enough that a file nesting entities
   // is refused in a fraction of a second rather than after Xerces' default 50000.
+  constexpr XMLSize_t kEntityExpansionLimit = 10000;
   security.setEntityExpansionLimit(kEntityExpansionLimit);
   xercesc::XercesDOMParser parser;
   // The file is not trusted: internal entities expand within the security manager's limit, and
