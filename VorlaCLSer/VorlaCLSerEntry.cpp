@@ -38,7 +38,12 @@ CTlInfo& GetCLSerTlInfo() {
 using Vorla::CTlInfo;
 using Vorla::ITransportLayer;
 
-enum { DLL_PROCESS_DETACH = 0, DLL_PROCESS_ATTACH = 1, DLL_THREAD_ATTACH = 2, DLL_THREAD_DETACH = 3 };
+enum {
+  DLL_PROCESS_DETACH = 0,
+  DLL_PROCESS_ATTACH = 1,
+  DLL_THREAD_ATTACH = 2,
+  DLL_THREAD_DETACH = 3
+};
 
 extern "C" {
 
@@ -58,7 +63,23 @@ VORLACLSER_API void Destroy(ITransportLayer* tl) {
   delete dynamic_cast<Vorla::CVorlaCLSerTl*>(tl);
 }
 
-VORLACLSER_API CTlInfo& GetTLInfo() { return Vorla::GetCLSerTlInfo(); }
+// The host's loader expects exactly this export: C linkage for the name, a C++ reference as the
+// result. Both sides are C++, so the compilers' "not C compatible" warning does not apply.
+#if defined(__clang__)
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wreturn-type-c-linkage"
+#elif defined(_MSC_VER)
+#pragma warning(push)
+#pragma warning(disable : 4190)
+#endif
+VORLACLSER_API CTlInfo& GetTLInfo() {
+  return Vorla::GetCLSerTlInfo();
+}
+#if defined(__clang__)
+#pragma clang diagnostic pop
+#elif defined(_MSC_VER)
+#pragma warning(pop)
+#endif
 
 //! The library entry point, with the reasons of the Windows loader.
 VORLACLSER_API int DllMain(void* hModule, unsigned long reason, void* /*reserved*/) {

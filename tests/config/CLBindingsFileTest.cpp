@@ -235,6 +235,59 @@ TEST_F(CLBindingsFile, NotWellFormedTextsAreParseErrors) {
   }
 }
 
+// A document whose DOCTYPE declaration is `doctype`.
+std::string WithDoctype(const std::string& doctype, const std::string& ports) {
+  return "<?xml version=\"1.0\"?>\n" + doctype + "\n<P>" + ports + "</P>\n";
+}
+
+TEST_F(CLBindingsFile, InternalEntitiesAndAnUnreachableExternalDtdAreFine) {
+  const unsigned int count = Parse(WithDoctype(
+      "<!DOCTYPE P SYSTEM \"" + m_folder.File("absent.dtd") +
+          "\" [<!ENTITY maker \"Hexmar\"> <!ENTITY tty \"TTY#tty\">]>",
+      Port("&tty;S0", "yes", "<Manufacturer>&maker;</Manufacturer>") + Port("&tty;S1")));
+  ASSERT_EQ(count, 2u);
+  EXPECT_EQ(m_table[0].ID, "TTY#ttyS0");
+  EXPECT_EQ(m_table[0].Manufacturer, "Hexmar");
+  EXPECT_EQ(m_table[1].ID, "TTY#ttyS1");
+}
+
+TEST_F(CLBindingsFile, NothingOutsideTheFileIsRead) {
+  const std::string secret = m_folder.File("secret.txt");
+  WriteFile(secret, "TTY#secret");
+  const std::string dtd = m_folder.File("ports.dtd");
+  WriteFile(dtd, "<!ENTITY fromDtd \"TTY#secret\">");
+  const std::string cases[] = {
+      WithDoctype("<!DOCTYPE P [<!ENTITY e SYSTEM \"file://" + secret + "\">]>", Port("&e;")),
+      WithDoctype("<!DOCTYPE P [<!ENTITY e SYSTEM \"" + secret + "\">]>", Port("&e;")),
+      WithDoctype("<!DOCTYPE P [<!ENTITY % p SYSTEM \"" + dtd + "\"> %p;]>", Port("&fromDtd;")),
+      WithDoctype("<!DOCTYPE P SYSTEM \"" + dtd + "\">", Port("&fromDtd;"))};
+  // External entities are parse errors; an external DTD is skipped, its entities stay undefined.
+  for (const std::string& text : cases) {
+    m_table.clear();
+    try {
+      Parse(text);
+    } catch (const GenICam::RuntimeException& e) {
+      EXPECT_THAT(e.GetDescription(), StartsWith("Failed to parse XML file '")) << text;
+    }
+    EXPECT_TRUE(m_table.empty()) << text;
+  }
+}
+
+TEST_F(CLBindingsFile, EntityExpansionIsBounded) {
+  // 10^4 expansions of a one-letter entity (more than 10^4 references in all); unbounded, a few
+  // more levels exhaust memory.
+  std::string entities = "<!ENTITY e0 \"x\">";
+  for (int level = 1; level <= 4; ++level) {
+    entities += "<!ENTITY e" + std::to_string(level) + " \"";
+    for (int i = 0; i < 10; ++i)
+      entities += "&e" + std::to_string(level - 1) + ";";
+    entities += "\">";
+  }
+  EXPECT_THAT(ParseError(WithDoctype("<!DOCTYPE P [" + entities + "]>", Port("&e4;"))),
+              StartsWith("Failed to parse XML file '" + m_path + "' : '"));
+  EXPECT_TRUE(m_table.empty());
+}
+
 TEST_F(CLBindingsFile, HugeFileIsReadCompletely) {
   std::string ports;
   ports.reserve(20000 * 60);

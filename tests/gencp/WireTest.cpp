@@ -87,13 +87,23 @@ TEST(GenCPWire, ZipRoundTripAndDamage) {
   EXPECT_FALSE(GenCP::CMemoryZip::UnzipFirst(Bytes{'n', 'o', 't', 'z', 'i', 'p'}, out));
 }
 
-TEST(GenCPWire, Sha1OfKnownText) {
-  const std::string abc = "abc";
-  const GenCP::Sha1Digest d =
-      GenCP::Sha1(reinterpret_cast<const std::uint8_t*>(abc.data()), abc.size());
-  EXPECT_EQ(d[0], 0xA9);
-  EXPECT_EQ(d[1], 0x99);
-  EXPECT_EQ(d[19], 0x9D);
+TEST(GenCPWire, Sha1OfKnownTexts) {
+  const std::pair<std::string, std::string> cases[] = {
+      {"", "da39a3ee5e6b4b0d3255bfef95601890afd80709"},
+      {"abc", "a9993e364706816aba3e25717850c26c9cd0d89d"},
+      {"abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq",
+       "84983e441c3bd26ebaae4aa1f95129e5e54670f1"}};
+  for (const auto& [text, hex] : cases) {
+    const GenCP::Sha1Digest d =
+        GenCP::Sha1(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
+    std::string got;
+    for (std::uint8_t byte : d) {
+      static const char digits[] = "0123456789abcdef";
+      got += digits[byte >> 4];
+      got += digits[byte & 15];
+    }
+    EXPECT_EQ(got, hex) << text;
+  }
 }
 
 TEST(GenCPWire, BaudFeatureValuesFollowThePluginTable) {

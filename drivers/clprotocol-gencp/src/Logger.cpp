@@ -3,7 +3,7 @@
 namespace GenCPDriver {
 
 void CLogger::Log(CLINT32 level, const char* format, ...) const {
-  const clp_logger_t logger = m_Logger.load();
+  const clp_logger_t logger = m_Logger.load().m_Function;
   if (!logger || level > m_Level.load())
     return;
   va_list args;

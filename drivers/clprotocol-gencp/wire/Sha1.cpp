@@ -1,18 +1,16 @@
-#include <gencp/ByteOrder.h>
 #include <gencp/Sha1.h>
 
-#include <boost/uuid/detail/sha1.hpp>
+#include <nettle/sha1.h>
 
 namespace GenCP {
 
+// Nettle: a small library with a stable, documented hash API and no global initialisation.
 Sha1Digest Sha1(const std::uint8_t* data, std::size_t size) {
-  boost::uuids::detail::sha1 sha;
-  sha.process_bytes(data, size);
-  boost::uuids::detail::sha1::digest_type words;
-  sha.get_digest(words);
+  sha1_ctx context;
+  sha1_init(&context);
+  sha1_update(&context, size, data);
   Sha1Digest out{};
-  for (std::size_t i = 0; i < 5; ++i)
-    PutBE(out.data() + 4 * i, words[i], 4);
+  sha1_digest(&context, out.size(), out.data());
   return out;
 }
 

@@ -9,11 +9,11 @@ class CSerialLibrary;
 
 //! One open port of a serial library, handed to drivers as their ISerial. The calls come from
 //! driver code through a C++ vtable: nothing may leave them as an exception.
-class CSerialPort : public ISerial {
+class CSerialPort final : public ISerial {
 public:
   //! Opens port `index`; the status is in Status(), the port is usable only when it is NO_ERR.
   CSerialPort(const CSerialLibrary& library, CLUINT32 index);
-  ~CSerialPort();
+  ~CSerialPort(); // final: owners delete it through its own type only
   CSerialPort(const CSerialPort&) = delete;
   CSerialPort& operator=(const CSerialPort&) = delete;
 

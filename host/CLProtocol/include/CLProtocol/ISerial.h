@@ -13,6 +13,10 @@ public:
                                            CLUINT32 serialTimeout) = 0;
   virtual CLINT32 CLPROTOCOL clGetSupportedBaudRates(CLUINT32* baudRates) = 0;
   virtual CLINT32 CLPROTOCOL clSetBaudRate(CLUINT32 baudRate) = 0;
+
+protected:
+  // Not virtual (the table above is the whole ABI), so nobody may delete through this interface.
+  ~ISerial() = default;
 };
 
 } // namespace CLProtocol

@@ -1,0 +1,51 @@
+// The port configuration file as a user or a tool may leave it: read it the way enumeration does
+// (path from VORLA_CL_BINDINGS, parse, table). Only GenICam exceptions may leave, and every entry
+// of the table has an id.
+#include "PortConfiguration.h"
+
+#include <Base/GCException.h>
+#include <VorlaBase/Logging.h>
+
+#include <xercesc/util/PlatformUtils.hpp>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <unistd.h>
+
+namespace {
+std::string g_path;
+}
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  const char* shm = access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
+  std::string folder = std::string(shm) + "/vorla-fuzz-XXXXXX";
+  if (!mkdtemp(&folder[0]))
+    std::abort();
+  setenv("VORLA_CL_BINDINGS", folder.c_str(), 1);
+  g_path = folder + "/PortConfiguration_x64.xml";
+  vxlog::LogSetFilter("4096"); // parse errors are expected by the thousand
+  xercesc::XMLPlatformUtils::Initialize();
+  return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  FILE* file = std::fopen(g_path.c_str(), "wb");
+  if (!file)
+    std::abort();
+  std::fwrite(data, 1, size, file);
+  std::fclose(file);
+
+  boost::recursive_mutex lock;
+  Vorla::CPortConfiguration configuration(lock);
+  try {
+    configuration.LoadPortConfiguration();
+  } catch (const GenICam::GenericException&) {
+    return 0;
+  }
+  for (const Vorla::SPortConfigurationEntry& entry : configuration.GetTable())
+    if (entry.ID.empty())
+      __builtin_trap();
+  return 0;
+}
