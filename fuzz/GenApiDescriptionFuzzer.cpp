@@ -69,7 +69,10 @@ void TouchNumbers(GenApi::INode* node) {
     Try([&] { p->SetValue(p->GetValue()); });
     Try([&] { p->SetValue(p->GetMin()); });
     Try([&] { p->SetValue(p->GetMax()); });
-    Try([&] { p->HasInc() && p->GetInc() > 0; });
+    Try([&] {
+      if (p->HasInc())
+        p->GetInc();
+    });
     Try([&] { p->GetDisplayPrecision(); });
   } else if (auto* p = dynamic_cast<GenApi::IBoolean*>(node)) {
     Try([&] { p->SetValue(!p->GetValue()); });
