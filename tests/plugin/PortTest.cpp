@@ -99,7 +99,8 @@ TEST_F(Port, ConnectsReadsAndReconnectsAfterInactivity) {
   EXPECT_EQ(m_log.Count("Closed CLPort '" + rig::PortId(0) + "'"), 1u);
   EXPECT_EQ(port.GetDeviceId(), "");
   // A fully closed port cannot reopen.
-  EXPECT_EQ(Thrown([&] { ReadSerial(port); }), "Could not reopen CLPort '" + rig::PortId(0) + "'");
+  EXPECT_EQ(Thrown<GenICam::RuntimeException>([&] { ReadSerial(port); }),
+            "Could not reopen CLPort '" + rig::PortId(0) + "'");
 }
 
 TEST_F(Port, AVanishedCameraIsRemovedOnceAndLaterAccessFailsWithoutTraffic) {
@@ -125,7 +126,7 @@ TEST_F(Port, AVanishedCameraIsRemovedOnceAndLaterAccessFailsWithoutTraffic) {
   camsim::CLoopbackBus::Instance().Attach(0, camera); // back, but the port stays removed
   const auto commands = camera->Statistics().m_Commands;
   const char data[4] = {};
-  EXPECT_EQ(Thrown([&] { port.Write(data, 0x10000, 4); }),
+  EXPECT_EQ(Thrown<GenICam::RuntimeException>([&] { port.Write(data, 0x10000, 4); }),
             "Device '" + rig::PortId(0) + "' already removed/disconnected.");
   EXPECT_EQ(camera->Statistics().m_Commands, commands);
   EXPECT_EQ(sink.m_removals, 1);
@@ -192,7 +193,8 @@ TEST_F(Port, DescriptionIsReadOnceAndAClosedPortIsClosedAgain) {
   EXPECT_TRUE(port.IsConnected());
 
   CVorlaCLSerPort empty(rig::PortId(1));
-  EXPECT_EQ(Thrown([&] { empty.GetXML(xml, deviceId); }), "Could not open port '" + deviceId + "'");
+  EXPECT_EQ(Thrown<GenICam::RuntimeException>([&] { empty.GetXML(xml, deviceId); }),
+            "Could not open port '" + deviceId + "'");
 }
 
 TEST_F(Port, ProbeStopsAtNoDeviceAndRetriesOtherErrors) {

@@ -35,7 +35,8 @@ TEST_F(Provider, MissingPropertiesAreReportedNotThrownByTheAvailabilityTest) {
 
   foreign.SetPropertyValue("PortID", rig::PortId(0));
   gcstring fileName, xml = "kept";
-  EXPECT_EQ(testsupport::Thrown([&] { provider->ProvideXMLFile(foreign, fileName, xml); }),
+  EXPECT_EQ(testsupport::Thrown<GenICam::RuntimeException>(
+                [&] { provider->ProvideXMLFile(foreign, fileName, xml); }),
             "Could not get XML for device 'cam' (Missing DeviceID property in device info)");
   EXPECT_EQ(xml, "kept");
 }
@@ -47,8 +48,8 @@ TEST_F(Provider, APortErrorMakesTheDescriptionUnavailable) {
   IXmlFileProvider* provider = m_tl.GetXmlFileProvider();
   EXPECT_FALSE(provider->IsXMLFileAvailable(info));
   gcstring fileName, xml;
-  const std::string text =
-      testsupport::Thrown([&] { provider->ProvideXMLFile(info, fileName, xml); });
+  const std::string text = testsupport::Thrown<GenICam::RuntimeException>(
+      [&] { provider->ProvideXMLFile(info, fileName, xml); });
   EXPECT_EQ(text.rfind("Could not get XML for device '" + info.GetFriendlyName() + "' (", 0), 0u)
       << text;
 }

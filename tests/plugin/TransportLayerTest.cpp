@@ -53,9 +53,7 @@ TEST(TransportLayer, AnswersInformationClassAndRecords) {
   EXPECT_EQ(record.GetPropertyNames(names), 1u);
   EXPECT_EQ(record.GetDeviceClass(), "HexmarCameraLink");
   EXPECT_FALSE(tl.CanCreateWithoutLookup(record));
-  IXmlFileProvider* provider = tl.GetXmlFileProvider();
-  ASSERT_NE(provider, nullptr);
-  EXPECT_EQ(provider, static_cast<IXmlFileProvider*>(&tl));
+  EXPECT_EQ(tl.GetXmlFileProvider(), static_cast<IXmlFileProvider*>(&tl));
 }
 
 TEST(TransportLayer, EnvironmentRestrictionIsReadAtConstructionAndCaseSensitive) {
@@ -119,7 +117,7 @@ TEST(TransportLayer, CreationRejectsRecordsWithoutPortOrDeviceId) {
             "Missing PortID property in device info of 'cam'");
   EXPECT_EQ(log.Count("Missing PortID property in device info of 'cam'"), 1u);
   info.SetPortID("TTY#ttyS4");
-  EXPECT_EQ(Thrown([&] { tl.InternalCreateDevice(info); }),
+  EXPECT_EQ(Thrown<GenICam::RuntimeException>([&] { tl.InternalCreateDevice(info); }),
             "Missing DeviceID property in device info of 'cam'");
 }
 
