@@ -295,23 +295,6 @@ TEST_F(Device, RemovalCallsEveryCallbackOncePerOpeningWithoutTheDeviceLock) {
   m_tl->DestroyDevice(device);
 }
 
-TEST_F(Device, AProbeOfAnOpenDeviceAsksTheCameraForItsSerialNumber) {
-  IVorlaDevice* device = OpenFirst();
-  SRemovalProbe probe;
-  CProbeCallback callback(probe, false);
-  device->RegisterRemovalCallback(callback);
-  DeviceInfoList again;
-  EXPECT_EQ(m_tl->EnumerateDevices(again), 1); // the open camera is found without a probe
-  EXPECT_EQ(probe.m_calls, 0);
-
-  // Another camera now answers on the port: the open device's camera is gone.
-  rig::Attach(0, "OTHER");
-  EXPECT_EQ(m_tl->EnumerateDevices(again), 0);
-  EXPECT_EQ(probe.m_calls, 1);
-  device->Close();
-  m_tl->DestroyDevice(device);
-}
-
 TEST_F(Device, LookupFindsByFullNameAndPartialRecordsWithTheExactRefusals) {
   rig::Attach(1, "SN1");
   const DeviceInfoList list = Enumerate();
@@ -376,14 +359,23 @@ TEST_F(Device, CreationRefusesAStrangerOnThePortAndARestrictedTransportLayerFind
   EXPECT_EQ(restricted.CreateDevice(list.at(0).GetFullName()), nullptr);
 }
 
-TEST_F(Device, DestroyingTheTransportLayerEndsItsDevicesFirst) {
+// Enumeration finds an open camera without probing its line, and learns of a swapped camera by
+// asking the open device's camera; destroying the transport layer ends its devices first.
+TEST_F(Device, EnumerationAsksAnOpenDevicesCameraAndDestroyingTheTransportLayerEndsIt) {
   IVorlaDevice* device = OpenFirst();
   SRemovalProbe probe;
   CProbeCallback callback(probe, false);
   device->RegisterRemovalCallback(callback);
+  DeviceInfoList again;
+  EXPECT_EQ(m_tl->EnumerateDevices(again), 1);
+  EXPECT_EQ(probe.m_calls, 0);
+
+  rig::Attach(0, "OTHER");
+  EXPECT_EQ(m_tl->EnumerateDevices(again), 0);
+  EXPECT_EQ(probe.m_calls, 1);
   m_tl.reset(); // closes the open device, then the port
   EXPECT_EQ(m_log.Count("Closed CLPort '" + rig::PortId(0) + "'"), 1u);
-  EXPECT_EQ(probe.m_calls, 0);
+  EXPECT_EQ(probe.m_calls, 1);
 }
 
 namespace {
