@@ -144,7 +144,7 @@ TEST_F(Port, AFailedReopenFiresRemovalOnce) {
   };
   const Case cases[] = {
       {CL_ERR_TIMEOUT, [](const auto&) { camsim::CLoopbackBus::Instance().Detach(0); }},
-      {-30209,
+      {-30209, // the line answers, but with noise
        [](const auto& camera) {
          camsim::SFaultPlan noise;
          noise.m_CorruptEvery = 1;
@@ -170,7 +170,7 @@ TEST_F(Port, AFailedReopenFiresRemovalOnce) {
       EXPECT_EQ(m_log.Count("Could not reopen CLPort '" + rig::PortId(0) + "'"), 1u);
     }
     EXPECT_EQ(sink.m_removals, c.code != 0 ? 1 : 0);
-    EXPECT_THROW(ReadSerial(port), GenICam::RuntimeException);
+    EXPECT_THROW(ReadSerial(port), GenICam::RuntimeException); // never a second firing
     EXPECT_EQ(sink.m_removals, 1);
   }
 }

@@ -2,8 +2,8 @@
 // The stream grabber's test rig: a camera device double whose node map sits on a counting memory
 // port, the test frame-grabber plug-ins in their own root, and the log capture.
 #include "../genapi/MemoryPort.h"
-#include "NullDevice.h"
-#include "TestSupport.h"
+#include "../support/NullDevice.h"
+#include "../support/TestSupport.h"
 #include "fgplugin/TestFrameGrabberControl.h"
 
 #include <GenApi/GenApi.h>
