@@ -1,5 +1,6 @@
 // The Dravik and Melsor plug-ins loaded as the host loads them, fed by an in-process camera.
 #include "CameraRegisters.h"
+#include "TestSupport.h"
 
 #include <camsim/TestPattern.h>
 #include <platform/DynamicLibrary.h>
@@ -8,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <condition_variable>
-#include <filesystem>
 #include <map>
 #include <mutex>
 #include <thread>
@@ -101,11 +101,7 @@ struct SPlugin {
 class FrameGrabber : public ::testing::TestWithParam<SPlugin> {
 protected:
   void SetUp() override {
-    const char* build = std::getenv("VORLA_TEST_BUILD_DIR");
-    const std::filesystem::path root =
-        build ? std::filesystem::path(build)
-              : std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path();
-    const std::string path = (root / "lib/vorla/fg" / GetParam().m_Name).string() +
+    const std::string path = testsupport::BuildDir() + "/lib/vorla/fg/" + GetParam().m_Name +
                              Vorla::Platform::CDynamicLibrary::Suffix();
     ASSERT_TRUE(m_Library.Load(path)) << m_Library.LastError();
     const auto create = reinterpret_cast<Vorla::CreateFrameGrabberObjectFunction>(

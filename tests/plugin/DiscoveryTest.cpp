@@ -73,6 +73,16 @@ TEST_F(Discovery, FindsTheCamerasOfEnabledPortsInPortOrder) {
                         "'. Skipping further probes."),
             1u);
   EXPECT_EQ(m_log.Count("Probed '" + rig::PortId(2) + "' found '' "), 1u);
+
+  // A filter keeps the cameras that match any of its entries, each once.
+  CDeviceInfo byModel, byVendor;
+  byModel.SetModelName("HX2000");
+  byVendor.SetVendorName("Hexmar");
+  byVendor.SetModelName("HX2000");
+  DeviceInfoList filtered;
+  EXPECT_EQ(tl.EnumerateDevices(filtered, DeviceInfoList{byModel, byVendor}), 1);
+  ASSERT_EQ(filtered.size(), 1u);
+  EXPECT_EQ(filtered[0].GetModelName(), "HX2000");
 }
 
 TEST_F(Discovery, ACameraThatVanishesMidProbeIsSkippedAndLaterPortsAreStillProbed) {
@@ -122,36 +132,6 @@ TEST_F(Discovery, PortsMustBeEnabledWithTheExactId) {
   EXPECT_EQ(m_log.CountContaining("Probed"), 0u); // no port was opened
 }
 
-TEST_F(Discovery, AMalformedFileIsReportedAndEnumeratesNothing) {
-  rig::Attach(0, "SN0");
-  m_bindings.Write(CBindingsFolder::Port(rig::PortId(0)) + "<Port>");
-  CVorlaCLSerTl tl;
-  DeviceInfoList list;
-  EXPECT_EQ(tl.EnumerateDevices(list), 0);
-  EXPECT_EQ(m_log.CountContaining("Could not read CLBindings (Failed to parse XML file '"), 1u);
-  EXPECT_EQ(m_log.CountContaining("Exception in Vorla::CVorlaCLSerTl::InternalEnumerateDevices "
-                                  "while enumerating devices. 'Failed to parse XML file '"),
-            1u);
-}
-
-TEST_F(Discovery, FilterKeepsMatchingCamerasOnce) {
-  rig::Attach(0, "SN0", "HX1300");
-  rig::Attach(1, "SN1", "HX2000");
-  m_bindings.Write(CBindingsFolder::Port(rig::PortId(0)) + CBindingsFolder::Port(rig::PortId(1)));
-  CVorlaCLSerTl tl;
-  DeviceInfoList list;
-  CDeviceInfo byModel, byVendor;
-  byModel.SetModelName("HX2000");
-  byVendor.SetVendorName("Hexmar");
-  byVendor.SetModelName("HX2000");
-  EXPECT_EQ(tl.EnumerateDevices(list, DeviceInfoList{byModel, byVendor}), 1);
-  ASSERT_EQ(list.size(), 1u);
-  EXPECT_EQ(list[0].GetModelName(), "HX2000");
-  EXPECT_EQ(m_log.Count("Filter applied to device list, count of devices before filter step = 2, "
-                        "after filter step = 1."),
-            1u);
-}
-
 TEST(DiscoveryRules, BestEntryScoresManufacturerFamilyAndModel) {
   const gcstring deviceId = "/opt/cl#libX.so#Hexmar#Fam#Mod#v1#SN";
   const PortConfigurationTable table{
@@ -167,12 +147,14 @@ TEST(DiscoveryRules, BestEntryScoresManufacturerFamilyAndModel) {
   const PortConfigurationTable partial{table[0], table[2]};
   EXPECT_EQ(CVorlaCLSerDiscovery::FindPortEntry("P#1", deviceId, partial), &partial[1]);
   EXPECT_EQ(CVorlaCLSerDiscovery::FindPortEntry("P#2", deviceId, table), nullptr);
-  EXPECT_EQ(CVorlaCLSerDiscovery::FindPortEntry("P#1", "/opt/cl#libX.so#Someone#Fam", table), &table[6]);
+  EXPECT_EQ(CVorlaCLSerDiscovery::FindPortEntry("P#1", "/opt/cl#libX.so#Someone#Fam", table),
+            &table[6]);
 }
 
 TEST(DiscoveryRules, RecordsOfUnparsableDeviceIdsStillCarryPortAndDeviceId) {
   vxlog::CLogCapture log;
-  const CVorlaCLSerTlDeviceInfoImpl record = CVorlaCLSerDiscovery::BuildDeviceInfo("P#1", "garbage");
+  const CVorlaCLSerTlDeviceInfoImpl record =
+      CVorlaCLSerDiscovery::BuildDeviceInfo("P#1", "garbage");
   EXPECT_EQ(log.Count("Could not parse DeviceID 'garbage' for PortID 'P#1'."), 1u);
   EXPECT_EQ(record.GetPortID(), "P#1");
   EXPECT_EQ(record.GetDeviceID(), "garbage");
@@ -221,6 +203,10 @@ TEST_F(Discovery, TheEnumerationReportSaysWhatEachStepSaw) {
   std::ofstream(m_bindings.File()) << "<CLBindings><Port>";
   m_bindings.Touch(5);
   EXPECT_EQ(tl.EnumerateDevices(list), 0);
+  EXPECT_EQ(m_log.CountContaining("Could not read CLBindings (Failed to parse XML file '"), 1u);
+  EXPECT_EQ(m_log.CountContaining("Exception in Vorla::CVorlaCLSerTl::InternalEnumerateDevices "
+                                  "while enumerating devices. 'Failed to parse XML file '"),
+            1u);
   report = reporter->GetLastEnumerationReport();
   EXPECT_EQ(report.ConfigurationState, ConfigurationUnreadable);
   EXPECT_NE(report.ConfigurationProblem.find(m_bindings.File()), std::string::npos);

@@ -1,6 +1,8 @@
 #pragma once
 // In-process cameras for the plug-in's tests: camera models on the ports of the loopback serial
 // library, a port configuration in a temporary folder, and the log capture.
+#include "TestSupport.h"
+
 #include <camsim/CameraModel.h>
 #include <camsim/LoopbackBus.h>
 
@@ -23,12 +25,7 @@ namespace rig {
 //! host reads the serial library folders once per process.
 inline void UseLoopbackSerialLibrary() {
   static const bool done = [] {
-    // The build tree: from ctest, or the test binary's own place (<build>/bin).
-    const char* build = std::getenv("VORLA_TEST_BUILD_DIR");
-    const std::string root =
-        build ? std::string(build)
-              : std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path().string();
-    const std::string folder = root + "/lib/vorla-test/clserial";
+    const std::string folder = testsupport::BuildDir() + "/lib/vorla-test/clserial";
     ::setenv("CLSERIALPATH", folder.c_str(), 1);
     ::unsetenv("CLSERTTY_PORTS");
     return true;
@@ -37,7 +34,9 @@ inline void UseLoopbackSerialLibrary() {
 }
 
 //! "Loopback#Loop<i>"
-inline std::string PortId(size_t i) { return "Loopback#" + camsim::CLoopbackBus::PortName(i); }
+inline std::string PortId(size_t i) {
+  return "Loopback#" + camsim::CLoopbackBus::PortName(i);
+}
 
 inline std::shared_ptr<camsim::CCameraModel> Attach(size_t port, const std::string& serial,
                                                     const std::string& model = "HX1300") {

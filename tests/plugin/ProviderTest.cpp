@@ -1,4 +1,5 @@
 #include "LoopbackRig.h"
+#include "TestSupport.h"
 #include "VorlaCLSerTl.h"
 
 #include <CLProtocol/IXMLDownloadObserver.h>
@@ -22,20 +23,6 @@ protected:
 };
 } // namespace
 
-TEST_F(Provider, DownloadsTheCamerasDescriptionAndLogsItsBeginning) {
-  rig::Attach(0, "SN0");
-  const CDeviceInfo info = Found();
-  IXmlFileProvider* provider = m_tl.GetXmlFileProvider();
-  EXPECT_TRUE(provider->IsXMLFileAvailable(info));
-  gcstring fileName = "untouched", xml;
-  provider->ProvideXMLFile(info, fileName, xml);
-  const std::string expected = camsim::CameraXml();
-  EXPECT_EQ(xml, expected);
-  EXPECT_EQ(fileName, "untouched");
-  ASSERT_GT(expected.size(), 500u);
-  EXPECT_EQ(m_log.Count("Downloaded XML starts with '" + expected.substr(0, 500) + "'..."), 1u);
-}
-
 TEST_F(Provider, MissingPropertiesAreReportedNotThrownByTheAvailabilityTest) {
   IXmlFileProvider* provider = m_tl.GetXmlFileProvider();
   CDeviceInfo foreign;
@@ -48,13 +35,9 @@ TEST_F(Provider, MissingPropertiesAreReportedNotThrownByTheAvailabilityTest) {
 
   foreign.SetPropertyValue("PortID", rig::PortId(0));
   gcstring fileName, xml = "kept";
-  try {
-    provider->ProvideXMLFile(foreign, fileName, xml);
-    FAIL();
-  } catch (const GenICam::RuntimeException& e) {
-    EXPECT_STREQ(e.GetDescription(),
-                 "Could not get XML for device 'cam' (Missing DeviceID property in device info)");
-  }
+  EXPECT_EQ(testsupport::Thrown<GenICam::RuntimeException>(
+                [&] { provider->ProvideXMLFile(foreign, fileName, xml); }),
+            "Could not get XML for device 'cam' (Missing DeviceID property in device info)");
   EXPECT_EQ(xml, "kept");
 }
 
@@ -65,18 +48,14 @@ TEST_F(Provider, APortErrorMakesTheDescriptionUnavailable) {
   IXmlFileProvider* provider = m_tl.GetXmlFileProvider();
   EXPECT_FALSE(provider->IsXMLFileAvailable(info));
   gcstring fileName, xml;
-  try {
-    provider->ProvideXMLFile(info, fileName, xml);
-    FAIL();
-  } catch (const GenICam::RuntimeException& e) {
-    const std::string text = e.GetDescription();
-    EXPECT_EQ(text.rfind("Could not get XML for device '" + info.GetFriendlyName() + "' (", 0), 0u)
-        << text;
-  }
+  const std::string text = testsupport::Thrown<GenICam::RuntimeException>(
+      [&] { provider->ProvideXMLFile(info, fileName, xml); });
+  EXPECT_EQ(text.rfind("Could not get XML for device '" + info.GetFriendlyName() + "' (", 0), 0u)
+      << text;
 }
 
 // Tools draw download progress from the observer of their thread, whoever runs the download.
-TEST_F(Provider, TheThreadsDownloadObserverSeesTheBytesArriveAndTheSizeAtTheEnd) {
+TEST_F(Provider, DownloadsTheDescriptionWithProgressToTheThreadsObserverAndLogsItsBeginning) {
   struct CRecorder : CLProtocol::IXMLDownloadObserver {
     void OnXMLDownloadProgress(uint64_t lineBytes) override {
       increasing = increasing && lineBytes > last;
@@ -93,15 +72,23 @@ TEST_F(Provider, TheThreadsDownloadObserverSeesTheBytesArriveAndTheSizeAtTheEnd)
   } recorder;
   rig::Attach(0, "SN0");
   const CDeviceInfo info = Found();
+  IXmlFileProvider* provider = m_tl.GetXmlFileProvider();
   CLProtocol::IXMLDownloadObserver* before = CLProtocol::SetXMLDownloadObserver(&recorder);
-  EXPECT_TRUE(m_tl.GetXmlFileProvider()->IsXMLFileAvailable(info));
+  EXPECT_TRUE(provider->IsXMLFileAvailable(info));
   EXPECT_EQ(CLProtocol::SetXMLDownloadObserver(before), &recorder);
 
-  const uint64_t size = camsim::CameraXml().size();
+  const std::string expected = camsim::CameraXml();
   EXPECT_GT(recorder.calls, 10u);
   EXPECT_TRUE(recorder.increasing);
   ASSERT_EQ(recorder.ends.size(), 1u);
   EXPECT_EQ(recorder.ends[0].first, recorder.last);
-  EXPECT_EQ(recorder.ends[0].second, size);
-  EXPECT_GT(recorder.last, size); // the line carries the protocol's framing too
+  EXPECT_EQ(recorder.ends[0].second, expected.size());
+  EXPECT_GT(recorder.last, expected.size()); // the line carries the protocol's framing too
+
+  gcstring fileName = "untouched", xml;
+  provider->ProvideXMLFile(info, fileName, xml);
+  EXPECT_EQ(xml, expected);
+  EXPECT_EQ(fileName, "untouched");
+  ASSERT_GT(expected.size(), 500u);
+  EXPECT_EQ(m_log.Count("Downloaded XML starts with '" + expected.substr(0, 500) + "'..."), 1u);
 }

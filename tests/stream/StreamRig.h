@@ -2,11 +2,12 @@
 // The stream grabber's test rig: a camera device double whose node map sits on a counting memory
 // port, the test frame-grabber plug-ins in their own root, and the log capture.
 #include "../genapi/MemoryPort.h"
+#include "../support/NullDevice.h"
+#include "../support/TestSupport.h"
 #include "fgplugin/TestFrameGrabberControl.h"
 
 #include <GenApi/GenApi.h>
 #include <GenApi/NodeMapRef.h>
-#include <VorlaBase/IVorlaDevice.h>
 #include <VorlaBase/Logging.h>
 
 #include <dlfcn.h>
@@ -20,11 +21,7 @@ namespace rig {
 
 //! <build>/lib/vorla-test/<name>: fgroot holds the test plug-ins, emptyroot nothing.
 inline std::string TestRoot(const std::string& name) {
-  const char* build = std::getenv("VORLA_TEST_BUILD_DIR");
-  const std::string root =
-      build ? std::string(build)
-            : std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path().string();
-  return root + "/lib/vorla-test/" + name;
+  return testsupport::BuildDir() + "/lib/vorla-test/" + name;
 }
 
 //! Points the host's folder of frame-grabber plug-ins at a test root for the life of the object.
@@ -87,7 +84,7 @@ inline std::string CameraXml(const SCameraOptions& options = {}) {
 
 //! A camera device as the stream grabber sees it: open or not, and its node map (which can
 //! vanish).
-class CTestDevice : public Vorla::IVorlaDevice {
+class CTestDevice : public testsupport::CNullDevice {
 public:
   explicit CTestDevice(const SCameraOptions& options = {}) {
     for (int64_t address = 0; address < 0x48; ++address)
@@ -108,28 +105,13 @@ public:
   GenApi::CIntegerPtr Int(const char* name) { return m_NodeMap._GetNode(name); }
   GenApi::INode* Node(const char* name) { return m_NodeMap._GetNode(name); }
 
-  void Open(Vorla::AccessModeSet) override { m_IsOpen = true; }
-  void Close() override { m_IsOpen = false; }
   bool IsOpen() const override { return m_IsOpen; }
-  Vorla::AccessModeSet GetAccessMode() const override { return {}; }
-  const Vorla::CDeviceInfo& GetDeviceInfo() const override { return m_Info; }
-  uint32_t GetNumStreamGrabberChannels() override { return 0; }
-  Vorla::IStreamGrabber* GetStreamGrabber(uint32_t) override { return nullptr; }
-  void* GetEventGrabber() override { return nullptr; }
   GenApi::INodeMap* GetNodeMap() override { return m_Vanished ? nullptr : m_NodeMap._Ptr; }
-  GenApi::INodeMap* GetTLNodeMap() override { return nullptr; }
-  void* CreateChunkParser() override { return nullptr; }
-  void DestroyChunkParser(void*) override {}
-  void* CreateEventAdapter() override { return nullptr; }
-  void DestroyEventAdapter(void*) override {}
-  Vorla::DeviceCallbackHandle RegisterRemovalCallback(Vorla::DeviceCallback&) override { return 0; }
-  bool DeregisterRemovalCallback(Vorla::DeviceCallbackHandle) override { return false; }
 
   CMemoryPort m_Port; // counts register transactions
   GenApi::CNodeMapRef m_NodeMap{"Device"};
   std::atomic<bool> m_IsOpen{true};
   std::atomic<bool> m_Vanished{false};
-  Vorla::CDeviceInfo m_Info;
 };
 
 //! How many stream log lines of `level` read exactly `text`.

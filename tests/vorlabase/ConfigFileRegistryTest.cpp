@@ -1,3 +1,5 @@
+#include "TestSupport.h"
+
 #include <VorlaBase/ConfigFileRegistry.h>
 #include <VorlaBase/TextFile.h>
 
@@ -42,12 +44,7 @@ protected:
     return CConfigFileRegistry::GetInstance().GetXmlFileBinding(info);
   }
   std::string ErrorOf(const std::vector<std::pair<const char*, const char*>>& record) {
-    try {
-      Bind(record);
-    } catch (const GenICam::RuntimeException& e) {
-      return e.GetDescription();
-    }
-    return "no error";
+    return testsupport::Thrown<GenICam::RuntimeException>([&] { Bind(record); });
   }
 
   std::string m_folder;
@@ -161,12 +158,7 @@ TEST_F(ConfigFileRegistry, TextFilesAreReadWholeOrTheErrorNamesThePath) {
       {m_folder + "/missing.xml", "No such file or directory"},
       {m_folder, "it is a folder"},
   };
-  for (const auto& [file, reason] : failures) {
-    try {
-      textFileToString(file);
-      ADD_FAILURE() << file;
-    } catch (const GenICam::RuntimeException& e) {
-      EXPECT_EQ(std::string(e.GetDescription()), "Could not read file '" + file + "': " + reason);
-    }
-  }
+  for (const auto& [file, reason] : failures)
+    EXPECT_EQ(testsupport::Thrown<GenICam::RuntimeException>([&] { textFileToString(file); }),
+              "Could not read file '" + file + "': " + reason);
 }

@@ -51,7 +51,6 @@ TEST(TlFactory, CountsReferencesUntilTheLastReleaseDestroys) {
   factory.ReleaseTl(first); // last reference: destroyed
   ITransportLayer* second = factory.CreateTl("HexmarCameraLink");
   ASSERT_NE(second, nullptr);
-  EXPECT_EQ(second->GetTlInfo().GetFullName(), "Camera Link/HexmarCameraLink 2.3.5.2633");
   factory.ReleaseTl(second);
   factory.ReleaseTl(nullptr); // ignored
 }
