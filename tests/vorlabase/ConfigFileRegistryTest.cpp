@@ -158,7 +158,9 @@ TEST_F(ConfigFileRegistry, TextFilesAreReadWholeOrTheErrorNamesThePath) {
       {m_folder + "/missing.xml", "No such file or directory"},
       {m_folder, "it is a folder"},
   };
-  for (const auto& [file, reason] : failures)
+  for (const auto& failure : failures) {
+    const std::string& file = failure.first;
     EXPECT_EQ(testsupport::Thrown<GenICam::RuntimeException>([&] { textFileToString(file); }),
-              "Could not read file '" + file + "': " + reason);
+              "Could not read file '" + file + "': " + failure.second);
+  }
 }
