@@ -106,7 +106,10 @@ TEST_F(Port, ConnectsReadsAndReconnectsAfterInactivity) {
 TEST_F(Port, AVanishedCameraIsRemovedOnceAndLaterAccessFailsWithoutTraffic) {
   COpenDevice d;
   ASSERT_TRUE(d.Open());
-  auto& [camera, deviceId, sink, port] = d;
+  auto& camera = d.camera;
+  auto& deviceId = d.deviceId;
+  auto& sink = d.sink;
+  auto& port = d.port;
 
   camsim::CLoopbackBus::Instance().Detach(0);
   try {
@@ -157,7 +160,10 @@ TEST_F(Port, AFailedReopenFiresRemovalOnce) {
     m_log.Clear();
     COpenDevice d;
     ASSERT_TRUE(d.Open());
-    auto& [camera, deviceId, sink, port] = d;
+    auto& camera = d.camera;
+    auto& deviceId = d.deviceId;
+    auto& sink = d.sink;
+    auto& port = d.port;
     ASSERT_TRUE(port.Close(true)); // as the inactivity timer does
 
     c.loseCamera(camera);
@@ -222,7 +228,10 @@ TEST_F(Port, ProbeStopsAtNoDeviceAndRetriesOtherErrors) {
 TEST_F(Port, ProbeOfAnOpenDeviceAsksTheCameraForItsSerialNumber) {
   COpenDevice d;
   ASSERT_TRUE(d.Open());
-  auto& [camera, deviceId, sink, port] = d;
+  auto& camera = d.camera;
+  auto& deviceId = d.deviceId;
+  auto& sink = d.sink;
+  auto& port = d.port;
 
   gcstring answer;
   port.Probe(answer); // no node map yet: full probe, the port reconnects afterwards
@@ -303,7 +312,8 @@ TEST_F(Port, RacingTimeoutChangesEndingInZeroNeverClose) {
 TEST_F(Port, ALongAccessHoldsUpNeitherTheTimerThreadNorATimeoutChange) {
   COpenDevice d;
   ASSERT_TRUE(d.Open());
-  auto& [camera, deviceId, sink, port] = d;
+  auto& camera = d.camera;
+  auto& port = d.port;
   struct Witness {
     std::atomic<bool> accessRunning{true};
     std::atomic<int> sawAccessRunning{-1};
@@ -338,7 +348,8 @@ TEST_F(Port, ALongAccessHoldsUpNeitherTheTimerThreadNorATimeoutChange) {
 TEST_F(Port, AnInactivityCloseLeftPendingHappensWhenAFailedAccessEnds) {
   COpenDevice d;
   ASSERT_TRUE(d.Open());
-  auto& [camera, deviceId, sink, port] = d;
+  auto& sink = d.sink;
+  auto& port = d.port;
   sink.m_onRemoval = [] { std::this_thread::sleep_for(std::chrono::milliseconds(100)); };
   port.SetAutoCloseTimeout(20); // fires while the removal callback holds the port lock
   camsim::CLoopbackBus::Instance().Detach(0);
