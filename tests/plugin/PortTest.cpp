@@ -228,7 +228,6 @@ TEST_F(Port, ProbeStopsAtNoDeviceAndRetriesOtherErrors) {
 TEST_F(Port, ProbeOfAnOpenDeviceAsksTheCameraForItsSerialNumber) {
   COpenDevice d;
   ASSERT_TRUE(d.Open());
-  auto& camera = d.camera;
   auto& deviceId = d.deviceId;
   auto& sink = d.sink;
   auto& port = d.port;
