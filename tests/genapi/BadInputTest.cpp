@@ -84,6 +84,22 @@ TEST(BadInput, DanglingReferencesLoadWithTheNodesThatNeedThemNotImplemented) {
   EXPECT_EQ(1u, features.size());
 }
 
+TEST(BadInput, ARegisterWithoutItsAddressNodesSaysSoInsteadOfReadingThroughNothing) {
+  const LogFunction previous = SetLogFunction([](const char*, const char*) {});
+  CNodeMapRef ref;
+  ref._LoadXMLFromString(Describe(R"(
+    <Register Name="Indexed"><Address>0</Address><pIndex Offset="4">Gone</pIndex><Length>4</Length>
+      <AccessMode>RW</AccessMode><pPort>Device</pPort></Register>
+    <Register Name="Sized"><pAddress>Gone</pAddress><pLength>Gone</pLength><AccessMode>RW</AccessMode>
+      <pPort>Device</pPort></Register>)"));
+  SetLogFunction(previous);
+  for (const char* name : {"Indexed", "Sized"}) {
+    CRegisterPtr reg = ref._GetNode(name);
+    EXPECT_THROW(reg->GetAddress(), GenICam::AccessException) << name;
+    EXPECT_THROW(reg->GetLength(), GenICam::AccessException) << name;
+  }
+}
+
 TEST(BadInput, FormulaThatDoesNotParse) {
   const std::string error =
       LoadError(Describe("<IntSwissKnife Name=\"K\"><Formula>1 + * 2</Formula></IntSwissKnife>"));

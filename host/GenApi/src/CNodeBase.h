@@ -135,10 +135,11 @@ public:
   void FromString(const gcstring& ValueStr, bool Verify = true) override;
   bool IsValueCacheValid() const override { return false; }
 
-protected:
-  const char* EntryPoint() const;
   //! Throws AccessException saying why when the node is not implemented for lack of a node.
   void ThrowIfNotImplemented() const;
+
+protected:
+  const char* EntryPoint() const;
   //! Throws AccessException unless the node is readable / writable now.
   void CheckReadable() const;
   void CheckWritable() const;

@@ -99,6 +99,7 @@ void CRegisterAccess::Link(CNodeBase& owner) {
 }
 
 int64_t CRegisterAccess::Address(bool ignoreCache) const {
+  m_pOwner->ThrowIfNotImplemented(); // an address node may be missing
   uint64_t address = static_cast<uint64_t>(m_Literal); // wraps like the device's address space
   if (m_Addresses.empty() && m_Terms.empty() && m_Indexes.empty())
     return static_cast<int64_t>(address);
@@ -118,6 +119,7 @@ int64_t CRegisterAccess::Address(bool ignoreCache) const {
 }
 
 int64_t CRegisterAccess::Length(bool ignoreCache) const {
+  m_pOwner->ThrowIfNotImplemented(); // the length node may be missing
   const int64_t length = m_Length.GetInt(ignoreCache);
   if (length < 1 || length > MaxLength)
     throw GENAPI_OWNER_ERROR(OutOfRangeException, *m_pOwner)(
