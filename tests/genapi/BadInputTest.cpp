@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <iterator>
+
 using namespace GenApi;
 
 namespace {
@@ -84,20 +87,34 @@ TEST(BadInput, DanglingReferencesLoadWithTheNodesThatNeedThemNotImplemented) {
   EXPECT_EQ(1u, features.size());
 }
 
-TEST(BadInput, ARegisterWithoutItsAddressNodesSaysSoInsteadOfReadingThroughNothing) {
+TEST(BadInput, NodesThatNeedAMissingNodeRefuseEveryUseInsteadOfReadingThroughNothing) {
   const LogFunction previous = SetLogFunction([](const char*, const char*) {});
   CNodeMapRef ref;
   ref._LoadXMLFromString(Describe(R"(
     <Register Name="Indexed"><Address>0</Address><pIndex Offset="4">Gone</pIndex><Length>4</Length>
       <AccessMode>RW</AccessMode><pPort>Device</pPort></Register>
     <Register Name="Sized"><pAddress>Gone</pAddress><pLength>Gone</pLength><AccessMode>RW</AccessMode>
-      <pPort>Device</pPort></Register>)"));
+      <pPort>Device</pPort></Register>
+    <IntSwissKnife Name="IntKnife"><pVariable Name="X">Gone</pVariable><Formula>X</Formula></IntSwissKnife>
+    <SwissKnife Name="Knife"><pVariable Name="X">Gone</pVariable><Formula>X</Formula></SwissKnife>
+    <Integer Name="Limited"><Value>1</Value><pMax>IntKnife</pMax></Integer>
+    <Float Name="Stepped"><Value>1</Value><pInc>Knife</pInc></Float>
+    <Converter Name="Converted"><FormulaTo>FROM</FormulaTo><FormulaFrom>TO</FormulaFrom>
+      <pValue>Gone</pValue></Converter>)"));
   SetLogFunction(previous);
-  for (const char* name : {"Indexed", "Sized"}) {
-    CRegisterPtr reg = ref._GetNode(name);
-    EXPECT_THROW(reg->GetAddress(), GenICam::AccessException) << name;
-    EXPECT_THROW(reg->GetLength(), GenICam::AccessException) << name;
-  }
+  const std::function<void()> uses[] = {
+      [&] { CRegisterPtr(ref._GetNode("Indexed"))->GetAddress(); },
+      [&] { CRegisterPtr(ref._GetNode("Indexed"))->GetLength(); },
+      [&] { CRegisterPtr(ref._GetNode("Sized"))->GetAddress(); },
+      [&] { CRegisterPtr(ref._GetNode("Sized"))->GetLength(); },
+      [&] { CIntegerPtr(ref._GetNode("Limited"))->GetMax(); },
+      [&] { CFloatPtr(ref._GetNode("Stepped"))->HasInc(); },
+      [&] { CFloatPtr(ref._GetNode("Stepped"))->GetInc(); },
+      [&] { CFloatPtr(ref._GetNode("Converted"))->GetMin(); },
+      [&] { CFloatPtr(ref._GetNode("Converted"))->SetValue(1.0); },
+  };
+  for (size_t i = 0; i < std::size(uses); ++i)
+    EXPECT_THROW(uses[i](), GenICam::GenericException) << "use " << i;
 }
 
 TEST(BadInput, FormulaThatDoesNotParse) {

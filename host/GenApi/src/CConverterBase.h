@@ -59,6 +59,7 @@ protected:
 
   //! The converted value; without Verify computed at most once per generation of the map.
   TValue Convert(bool verify, bool ignoreCache) {
+    this->ThrowIfNotImplemented(); // pValue or a variable may be missing
     const uint64_t generation = m_pMap->Generation();
     if (!verify && m_MemoGeneration == generation && (m_MemoFresh || !ignoreCache))
       return m_Memo;
@@ -77,6 +78,7 @@ protected:
   }
 
   void ConvertBack(TValue value, bool verify) {
+    this->ThrowIfNotImplemented(); // pValue or a variable may be missing
     m_pMap->PreWrite(this);
     const FormulaValue extras[2] = {FormulaValue::FromInt(0), Wrap(value)};
     const FormulaValue result = m_Formulas.Evaluate(m_ToFormula, IsInteger, false, extras);
@@ -90,6 +92,7 @@ protected:
 
   //! The converted range of the pValue node, ordered as Slope says.
   void Limits(TValue& min, TValue& max) {
+    this->ThrowIfNotImplemented(); // pValue or a variable may be missing
     CNodeBase* node = m_Value.p;
     const bool isFloat = node->IsFloatValue();
     const TValue a = From(isFloat ? FormulaValue::FromFloat(node->GetFloatMinV())

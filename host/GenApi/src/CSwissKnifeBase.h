@@ -30,6 +30,7 @@ protected:
   //! The formula's value, computed at most once per generation of the map (a fresh value also
   //! serves a request that allows the cache).
   TValue Compute(bool ignoreCache) {
+    this->ThrowIfNotImplemented(); // a variable may be missing: the formula was never compiled
     CNodeMap& map = this->Map();
     const uint64_t generation = map.Generation();
     if (m_MemoGeneration == generation && (m_MemoFresh || !ignoreCache))
