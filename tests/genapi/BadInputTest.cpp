@@ -97,6 +97,7 @@ TEST(BadInput, NodesThatNeedAMissingNodeRefuseEveryUseInsteadOfReadingThroughNot
       <pPort>Device</pPort></Register>
     <IntSwissKnife Name="IntKnife"><pVariable Name="X">Gone</pVariable><Formula>X</Formula></IntSwissKnife>
     <SwissKnife Name="Knife"><pVariable Name="X">Gone</pVariable><Formula>X</Formula></SwissKnife>
+    <SwissKnife Name="Unnamed"><pVariable Name="X"></pVariable><Formula>X</Formula></SwissKnife>
     <Integer Name="Limited"><Value>1</Value><pMax>IntKnife</pMax></Integer>
     <Float Name="Stepped"><Value>1</Value><pInc>Knife</pInc></Float>
     <Converter Name="Converted"><FormulaTo>FROM</FormulaTo><FormulaFrom>TO</FormulaFrom>
@@ -109,6 +110,7 @@ TEST(BadInput, NodesThatNeedAMissingNodeRefuseEveryUseInsteadOfReadingThroughNot
       [&] { CRegisterPtr(ref._GetNode("Sized"))->GetLength(); },
       [&] { CIntegerPtr(ref._GetNode("Limited"))->GetMax(); },
       [&] { CFloatPtr(ref._GetNode("Stepped"))->HasInc(); },
+      [&] { CFloatPtr(ref._GetNode("Unnamed"))->GetValue(); },
       [&] { CFloatPtr(ref._GetNode("Stepped"))->GetInc(); },
       [&] { CFloatPtr(ref._GetNode("Converted"))->GetMin(); },
       [&] { CFloatPtr(ref._GetNode("Converted"))->SetValue(1.0); },

@@ -60,7 +60,9 @@ bool CFormulaSet::SetProperty(EProp prop, const std::string& text, const CPropAt
 void CFormulaSet::Link(CNodeBase& owner, const std::vector<std::string>& extras) {
   m_Extras = extras;
   for (Variable& variable : m_Variables) {
-    owner.Resolve(variable.Node, "pVariable");
+    if (!owner.Resolve(variable.Node, "pVariable"))
+      throw CMissingReference{"pVariable '" + variable.Name + "' of '" + owner.Name() +
+                              "' names no node"};
     CNodeBase* node = variable.Node.p;
     if (variable.Kind == EKind::Entry) {
       auto* enumeration = dynamic_cast<CEnumerationNode*>(node);
