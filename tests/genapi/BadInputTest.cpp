@@ -119,6 +119,15 @@ TEST(BadInput, NodesThatNeedAMissingNodeRefuseEveryUseInsteadOfReadingThroughNot
     EXPECT_THROW(uses[i](), GenICam::GenericException) << "use " << i;
 }
 
+TEST(BadInput, AddressElementsAddUpWrappingInsteadOfOverflowing) {
+  CNodeMapRef ref;
+  ref._LoadXMLFromString(Describe(R"(
+    <Register Name="R"><Address>0x7FFFFFFFFFFFFFF0</Address><Address>0x108</Address>
+      <Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort></Register>)"));
+  EXPECT_EQ(static_cast<uint64_t>(CRegisterPtr(ref._GetNode("R"))->GetAddress()),
+            0x80000000000000F8ull);
+}
+
 TEST(BadInput, FormulaThatDoesNotParse) {
   const std::string error =
       LoadError(Describe("<IntSwissKnife Name=\"K\"><Formula>1 + * 2</Formula></IntSwissKnife>"));

@@ -13,7 +13,9 @@ bool CRegisterAccess::SetProperty(EProp prop, const std::string& text, const CPr
   case EProp::Address:
     if (!ParseInt64(text, value))
       throw RUNTIME_EXCEPTION("Invalid address '%s'", text.c_str());
-    m_Literal += value;
+    // Several Address elements add up, wrapping like the device's address space.
+    m_Literal =
+        static_cast<int64_t>(static_cast<uint64_t>(m_Literal) + static_cast<uint64_t>(value));
     return true;
   case EProp::pAddress:
     m_Addresses.push_back(CRef{text, nullptr});
@@ -99,7 +101,7 @@ void CRegisterAccess::Link(CNodeBase& owner) {
 }
 
 int64_t CRegisterAccess::Address(bool ignoreCache) const {
-  m_pOwner->ThrowIfNotImplemented(); // an address node may be missing
+  m_pOwner->ThrowIfNotImplemented();                   // an address node may be missing
   uint64_t address = static_cast<uint64_t>(m_Literal); // wraps like the device's address space
   if (m_Addresses.empty() && m_Terms.empty() && m_Indexes.empty())
     return static_cast<int64_t>(address);
