@@ -1,27 +1,19 @@
 #pragma once
 #include "AcquisitionParameters.h"
+#include "FrameGrabberPlugin.h"
+#include "NodeCallbackTable.h"
+#include "StreamBufferTable.h"
 #include "VorlaCLSerStreamPort.h"
 
 #include <Base/GCString.h>
 #include <GenApi/NodeMapRef.h>
-#include <GenApi/Types.h>
 #include <VorlaBase/AlertableWaitObject.h>
 #include <VorlaBase/GrabResult.h>
 #include <VorlaBase/IStreamGrabber.h>
-#include <platform/DynamicLibrary.h>
+#include <platform/Mutex.h>
 #include <vorla/IFrameGrabber.h>
 
-#include <boost/thread/recursive_mutex.hpp>
-
-#include <deque>
-#include <map>
 #include <memory>
-#include <mutex>
-#include <vector>
-
-namespace GenApi {
-struct INode;
-}
 
 namespace Vorla {
 
@@ -34,10 +26,11 @@ class IVorlaDevice;
 //! serves the plug-in's callee interface (frames, camera node callbacks) and offers the stream's
 //! parameter node map.
 //!
-//! Thread-safe: application threads call IStreamGrabber, plug-in threads call FgCallee; one
-//! recursive lock serialises them, and is released around plug-in calls that may wait for the
-//! plug-in's threads (StopGrab, Close) and around each frame's copy. Node callbacks have a lock of
-//! their own.
+//! Thread-safe, in three parts with a lock each: the stream grabber's lock serialises the
+//! application's calls (the state machine); the plug-in passes every call through its control
+//! mutex, one at a time; the buffer table and the node-callback table, which the plug-in's
+//! threads reach, are leaves. Frame deliveries and node callbacks never take the stream
+//! grabber's lock or the control mutex, so a plug-in call may wait for them.
 class CVorlaCLSerStreamGrabber final : public IStreamGrabber, public FgCallee {
 public:
   //! Loads and creates the frame grabber. Throws RuntimeException when the string names no
@@ -66,63 +59,32 @@ public:
   uintptr_t RegisterNodeCallback(const char* nodeName, PluginNodeCallback callback,
                                  uint64_t context, uint32_t cookie) override;
   bool DeregisterNodeCallback(uintptr_t handle) override;
+  bool FrameReadyAt(const FrameDescriptor& descriptor, uint64_t timeStampNs) override;
 
 private:
   enum EState : int32_t { Closed = 0, Opened = 1, Prepared = 2 };
 
-  struct BufferRecord {
-    GrabResult m_Result;
-    uint64_t m_BufferSize = 0; // as registered
-  };
-  // Shared so that a frame being copied outside the lock keeps its record alive even when the
-  // application closes the stream meanwhile.
-  using BufferMap = std::map<StreamBufferHandle, std::shared_ptr<BufferRecord>>;
-
-  struct NodeCallbackEntry {
-    GenApi::INode* m_pNode = nullptr; // null: a free row
-    PluginNodeCallback m_Callback = nullptr;
-    GenApi::CallbackHandleType m_hCallback = 0;
-    uint64_t m_Context = 0;
-    uint32_t m_Cookie = 0;
-  };
-
-  void CheckState(const char* operation, bool legal) const;
-  void LoadFrameGrabber();
-  bool LoadPluginLibrary(const gcstring& path);
-  void UnloadFrameGrabber();
-  //! The frame grabber's last error text, read in its two steps.
-  gcstring LastErrorText();
-  void StopGrab();
-  void OnNodeChanged(GenApi::INode* node);
-
-  using Guard = boost::recursive_mutex::scoped_lock;
+  void CheckState(const char* operation, bool legal) const VORLA_REQUIRES(m_Lock);
+  void StopGrab() VORLA_REQUIRES(m_Lock);
+  void CancelGrabLocked() VORLA_REQUIRES(m_Lock);
+  //! One frame into the oldest queued buffer (plug-in threads, no lock of the stream grabber).
+  void Deliver(const FrameDescriptor& descriptor, uint64_t timeStampNs);
 
   const gcstring m_DeviceSpecificString;
   IVorlaDevice* const m_pDevice;
   std::unique_ptr<CAcquisitionParameters> m_pAcquisitionParameters;
-  CVorlaCLSerStreamPort m_Port;
+  CFrameGrabberPlugin m_Plugin;
+  CVorlaCLSerStreamPort m_Port{m_Plugin};
   GenApi::CNodeMapRef m_NodeMap{"Device"};
-  Platform::CDynamicLibrary m_PluginLibrary;
-  IFrameGrabber* m_pFrameGrabber = nullptr;
+  CStreamBufferTable m_Buffers;
+  CNodeCallbackTable m_NodeCallbacks{*m_pDevice};
 
-  // The stream grabber's lock: taken by every operation and FgCallee call; guards everything
-  // below. Owned by the stream grabber.
-  mutable boost::recursive_mutex m_Lock;
-  int32_t m_State = Closed;
-  bool m_AcquisitionStarted = false;
-  BufferMap m_Buffers;
-  std::deque<StreamBufferHandle> m_InputQueue;
-  std::deque<StreamBufferHandle> m_OutputQueue;
-
-  // Guards the plug-in's node callback table, and nothing else. Not the stream grabber's lock:
-  // node changes call in under the camera node map's lock, and the stream grabber's lock is held
-  // while the camera's parameters are locked (which takes the node map's lock), so the two would
-  // meet in opposite orders. Held only around table accesses, never across a call. Owned by the
-  // stream grabber.
-  std::mutex m_NodeCallbacksLock;
-  std::vector<NodeCallbackEntry> m_NodeCallbacks;
-  // Signalled while OutputQueue holds results; thread-safe on its own.
-  AlertableWaitObject m_WaitObject{true, false};
+  // The stream grabber's lock (3 in the product's lock order): held by every IStreamGrabber
+  // operation for its whole run, plug-in calls included (the plug-in's threads never take it).
+  // Owned by the stream grabber; guards the state below.
+  mutable Platform::CRecursiveMutex m_Lock;
+  int32_t m_State VORLA_GUARDED_BY(m_Lock) = Closed;
+  bool m_AcquisitionStarted VORLA_GUARDED_BY(m_Lock) = false;
 };
 
 } // namespace Vorla

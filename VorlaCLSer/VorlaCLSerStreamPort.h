@@ -1,11 +1,9 @@
 #pragma once
 #include <GenApi/IPort.h>
 
-#include <atomic>
-
 namespace Vorla {
 
-class IFrameGrabber;
+class CFrameGrabberPlugin;
 
 //! The register port behind the stream grabber's own node map: its one register,
 //! "PixelClockDetected", is a value that the frame-grabber object reports. Everything else reads
@@ -15,16 +13,15 @@ public:
   //! Address of "PixelClockDetected"; its low 16 bits are the frame grabber's value number.
   static constexpr int64_t PixelClockAddress = 0xc05ec0c10c;
 
-  //! The frame-grabber object to ask, null while there is none.
-  void SetFrameGrabber(IFrameGrabber* frameGrabber) { m_pFrameGrabber = frameGrabber; }
+  //! Asks `plugin`, which outlives the port, while it has an object.
+  explicit CVorlaCLSerStreamPort(CFrameGrabberPlugin& plugin) : m_Plugin(plugin) {}
 
   GenApi::EAccessMode GetAccessMode() const override { return GenApi::RW; }
   void Read(void* pBuffer, int64_t Address, int64_t Length) override;
   void Write(const void* pBuffer, int64_t Address, int64_t Length) override {}
 
 private:
-  // Set by the stream grabber's constructor and destructor only.
-  std::atomic<IFrameGrabber*> m_pFrameGrabber{nullptr};
+  CFrameGrabberPlugin& m_Plugin;
 };
 
 } // namespace Vorla

@@ -63,6 +63,9 @@ class CCopyingCallee : public Vorla::FgCallee {
 public:
   CCopyingCallee()
       : m_Buffers(8, std::vector<std::uint8_t>(static_cast<std::size_t>(FrameBytes))) {}
+  bool FrameReadyAt(const Vorla::FrameDescriptor& d, std::uint64_t) override {
+    return FrameReady(d);
+  }
   bool FrameReady(const Vorla::FrameDescriptor& d) override {
     const double cpu = ThreadCpuSeconds();
     if (m_Frames.load() == 0) {

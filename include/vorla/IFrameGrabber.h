@@ -12,9 +12,11 @@
 // would add slots): an object made by CreateFrameGrabberObject is ended only by
 // DestroyFrameGrabberObject.
 //
-// Threads: IFrameGrabber is called by application threads, one call at a time, and may be asked
-// for QueryValue at any time. FgCallee is thread-safe: a plug-in calls it from threads of its
-// own choosing between Open and Close; node callbacks run on whatever thread changes the node.
+// Threads: IFrameGrabber is called by application threads, one call at a time (QueryValue and
+// GetLastErrorText included); a call may wait for the plug-in's own threads. FgCallee is
+// thread-safe: a plug-in calls it from threads of its own choosing between Open and Close, and
+// from within Open and Close; node callbacks run on whatever thread changes the node, inside the
+// camera node map's lock. A frame delivery never waits for an IFrameGrabber call to end.
 #include <cstddef>
 #include <cstdint>
 
@@ -27,17 +29,19 @@
 namespace Vorla {
 
 //! One frame as the plug-in hands it over. The layout crosses the library boundary and is fixed
-//! (64-bit build, little-endian); the transport layer reads only the fields documented here.
+//! (64-bit build, little-endian); the transport layer reads only the fields documented here. It
+//! checks them before it copies: a line length of 0, a pitch below the line length, a negative
+//! line count, no data, or lines that reach past m_TotalSize fail the frame's buffer.
 struct FrameDescriptor {
-  uint32_t m_Reserved0;     //!< free for the plug-in
-  int32_t m_LineCount;      //!< lines in the frame: the most lines a pitched copy takes
-  uint8_t m_Reserved1[16];  //!< free for the plug-in
-  uint64_t m_LineLength;    //!< bytes of image data per line
-  uint64_t m_LinePitch;     //!< bytes from one line's start to the next; == m_LineLength: contiguous
-  uint8_t m_Reserved2[8];   //!< free for the plug-in
-  uint64_t m_TotalSize;     //!< image bytes of the whole frame (the contiguous copy's length)
-  const void* m_pData;      //!< the first image byte; valid until FrameReady returns
-  int32_t m_FrameValue;     //!< copied unchanged into the grab result
+  uint32_t m_Reserved0;    //!< free for the plug-in
+  int32_t m_LineCount;     //!< lines in the frame: the most lines a pitched copy takes
+  uint8_t m_Reserved1[16]; //!< free for the plug-in
+  uint64_t m_LineLength;   //!< bytes of image data per line
+  uint64_t m_LinePitch;    //!< bytes from one line's start to the next; == m_LineLength: contiguous
+  uint8_t m_Reserved2[8];  //!< free for the plug-in
+  uint64_t m_TotalSize;    //!< image bytes of the whole frame (the contiguous copy's length)
+  const void* m_pData;  //!< the first image byte; m_TotalSize bytes valid until FrameReady returns
+  int32_t m_FrameValue; //!< copied unchanged into the grab result
 };
 
 #if !defined(_WIN32) || defined(_WIN64)
@@ -65,6 +69,11 @@ public:
                                          uint64_t context, uint32_t cookie) = 0;
   //! True when the registration of `handle` was removed.
   virtual bool DeregisterNodeCallback(uintptr_t handle) = 0;
+  //! FrameReady with the frame's time stamp in nanoseconds on the grabber's clock, handed to the
+  //! application in the grab result. Appended after the three slots above, so plug-ins built
+  //! before it keep working through FrameReady (their frames carry the time stamp 0); a plug-in
+  //! that calls it needs a transport layer that offers it.
+  virtual bool FrameReadyAt(const FrameDescriptor& descriptor, uint64_t timeStampNs) = 0;
 
 protected:
   ~FgCallee() = default;

@@ -24,7 +24,11 @@ namespace {
 //! Plays the transport layer's stream grabber: checks every frame, keeps node registrations.
 class CTestCallee : public Vorla::FgCallee {
 public:
-  bool FrameReady(const Vorla::FrameDescriptor& d) override {
+  bool FrameReady(const Vorla::FrameDescriptor&) override {
+    ADD_FAILURE() << "the shipped plug-ins hand over the frame's time stamp";
+    return false;
+  }
+  bool FrameReadyAt(const Vorla::FrameDescriptor& d, uint64_t timeStampNs) override {
     std::unique_lock<std::mutex> lock(m_Mutex);
     EXPECT_FALSE(m_InFrame) << "two deliveries at once";
     m_InFrame = true;
@@ -39,6 +43,7 @@ public:
     std::this_thread::sleep_for(delay);
     lock.lock();
     m_Frames.push_back(d);
+    m_TimeStamps.push_back(timeStampNs);
     m_Numbers.push_back(CTestPattern::FrameNumber(data, d.m_TotalSize));
     m_Bad += good ? 0 : 1;
     m_InFrame = false;
@@ -87,6 +92,7 @@ public:
   milliseconds m_Delay{0};
   bool m_InFrame = false;
   std::vector<Vorla::FrameDescriptor> m_Frames;
+  std::vector<std::uint64_t> m_TimeStamps;
   std::vector<std::uint64_t> m_Numbers;
   int m_Bad = 0;
   std::map<std::string, SNode> m_Nodes;
@@ -161,6 +167,7 @@ TEST_P(FrameGrabber, DeliversWholeFramesInOrderInItsLineLayout) {
     EXPECT_EQ(d.m_FrameValue, static_cast<int32_t>(m_Callee.m_Numbers[i]));
     if (i) {
       EXPECT_GT(m_Callee.m_Numbers[i], m_Callee.m_Numbers[i - 1]);
+      EXPECT_GT(m_Callee.m_TimeStamps[i], m_Callee.m_TimeStamps[i - 1]);
     }
     if (GetParam().m_Pitched) {
       EXPECT_EQ(d.m_LinePitch % 256, 0u);

@@ -10,6 +10,7 @@
 #include <list>
 #include <map>
 #include <memory>
+#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -404,6 +405,53 @@ TEST_F(StreamGrabberTest, FramesTheCameraCannotDescribeFailTheirBuffer) {
   }
 }
 
+// A plug-in's descriptor is checked before it sizes a copy: each of these fails its buffer in
+// constant time and nothing is read from the 16 bytes handed over (AddressSanitizer watches).
+TEST_F(StreamGrabberTest, MalformedFrameDescriptorsFailTheirBuffer) {
+  struct SCase {
+    int32_t m_Lines;
+    uint64_t m_Length, m_Pitch;
+    bool m_Data;
+    const char* m_Reason;
+  };
+  // clang-format off
+  const std::vector<SCase> cases = {
+      {0x7FFFFFFF, 0, 16, true, "line length 0"},
+      {4, 8, 4, true, "line pitch 4 smaller than line length 8"},
+      {-1, 4, 4, true, "line count -1"},
+      {1, 4, 4, false, "no image data"},
+      {5, 4, 4, true, "5 lines of 4 bytes at pitch 4 reach past the 16 bytes handed over"},
+      {3, 4, 8, true, "3 lines of 4 bytes at pitch 8 reach past the 16 bytes handed over"},
+      {0x7FFFFFFF, 1, uint64_t(1) << 40, true,
+       "2147483647 lines of 1 bytes at pitch 1099511627776 reach past the 16 bytes handed over"},
+  };
+  // clang-format on
+  const std::vector<uint8_t> source(16, 0xAB);
+  const StreamBufferHandle h = StartGrab(1)[0];
+  for (const SCase& c : cases) {
+    SCOPED_TRACE(c.m_Reason);
+    FrameDescriptor descriptor{};
+    descriptor.m_LineCount = c.m_Lines;
+    descriptor.m_LineLength = c.m_Length;
+    descriptor.m_LinePitch = c.m_Pitch;
+    descriptor.m_TotalSize = source.size();
+    descriptor.m_pData = c.m_Data ? source.data() : nullptr;
+    m_Log.Clear();
+    m_pControl->SetFrame(descriptor);
+    m_pControl->Deliver(1);
+    ASSERT_TRUE(m_pControl->WaitDelivered());
+    GrabResult r;
+    ASSERT_TRUE(m_pGrabber->RetrieveResult(r));
+    const std::string reason = std::string("Frame descriptor rejected: ") + c.m_Reason;
+    EXPECT_EQ(r.m_Status, Failed);
+    EXPECT_EQ(r.m_ErrorCode, 0xFFFFFFFFu);
+    EXPECT_EQ(r.m_ErrorDescription, reason);
+    EXPECT_EQ(rig::Logged(m_Log, 256, reason), 1u);
+    EXPECT_EQ(m_Buffers.back()[0], 0x55) << "nothing copied";
+    m_pGrabber->QueueBuffer(h, 0);
+  }
+}
+
 TEST(StreamGrabberCamera, TransportParameterLockNeedsTLParamsLockedOnly) {
   rig::CPluginRoot root;
   {
@@ -457,6 +505,34 @@ TEST_F(StreamGrabberTest, ResultsOutliveFinishAndCloseDropsWhatIsLeft) {
   m_Log.Clear();
   m_pGrabber.reset();
   EXPECT_EQ(rig::Logged(m_Log, 128, "Stream still open on destruction"), 1u);
+}
+
+// A frame held inside its delivery while the application deregisters its buffer, then closes the
+// stream: both wait for the copy, and the next session starts without the old buffer.
+TEST_F(StreamGrabberTest, BufferBeingFilledIsWaitedForByDeregisterAndClose) {
+  const StreamBufferHandle h = StartGrab(1)[0];
+  const SFrame frame(64, 64, 4);
+  m_pControl->SetFrame(frame.m_Descriptor);
+  const auto duringFrame = [&](const std::function<void()>& call) {
+    m_Device.m_Gate.Arm();
+    m_pControl->Deliver(1);
+    ASSERT_TRUE(m_Device.m_Gate.WaitReached());
+    std::thread application(call);
+    std::this_thread::sleep_for(std::chrono::milliseconds(20)); // lets the call meet the frame
+    m_Device.m_Gate.Open();
+    application.join();
+  };
+  std::string thrown;
+  duringFrame([&] { thrown = Runtime([&] { m_pGrabber->DeregisterBuffer(h); }); });
+  EXPECT_EQ(thrown, "Buffer h=" + rig::HandleText(h) +
+                        " currently waiting to be retrieved and cannot be deregistred now");
+  GrabResult r;
+  ASSERT_TRUE(m_pGrabber->RetrieveResult(r));
+  EXPECT_EQ(r.m_Status, Grabbed);
+  m_pGrabber->QueueBuffer(h, 0);
+  duringFrame([&] { m_pGrabber->Close(); });
+  m_pGrabber->Open();
+  EXPECT_FALSE(m_pGrabber->RetrieveResult(r));
 }
 
 std::vector<std::tuple<int64_t, uint64_t, uint32_t>> s_Calls;

@@ -13,8 +13,11 @@
 #include <dlfcn.h>
 
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <cstdlib>
 #include <filesystem>
+#include <mutex>
 #include <string>
 
 namespace rig {
@@ -24,11 +27,13 @@ inline std::string TestRoot(const std::string& name) {
   return testsupport::BuildDir() + "/lib/vorla-test/" + name;
 }
 
-//! Points the host's folder of frame-grabber plug-ins at a test root for the life of the object.
+//! Points the host's folder of frame-grabber plug-ins at a test root for the life of the object;
+//! an empty name is the build tree itself, with the real Dravik and Melsor plug-ins.
 class CPluginRoot {
 public:
   explicit CPluginRoot(const std::string& name = "fgroot") {
-    ::setenv("VORLA_ROOT", TestRoot(name).c_str(), 1);
+    ::setenv("VORLA_ROOT", name.empty() ? testsupport::BuildDir().c_str() : TestRoot(name).c_str(),
+             1);
   }
   ~CPluginRoot() { ::unsetenv("VORLA_ROOT"); }
   static std::string Plugin(const char* family) {
@@ -69,7 +74,8 @@ inline std::string CameraXml(const SCameraOptions& options = {}) {
                       "<EnumEntry Name=\"RGB8\"><Value>2</Value></EnumEntry>"
                       "<EnumEntry Name=\"Mono7Fancy\"><Value>3</Value></EnumEntry>"
                       "<pValue>PixelFormatReg</pValue></Enumeration>\n"
-                      "<Boolean Name=\"Flag\"><Value>0</Value></Boolean>\n";
+                      "<Boolean Name=\"Flag\"><Value>0</Value></Boolean>\n" +
+                      Register("ClPixelClock", 0x48);
   if (options.m_TLParamsLocked)
     nodes +=
         "<Integer Name=\"TLParamsLocked\"><Value>0</Value><Min>0</Min><Max>1</Max></Integer>\n";
@@ -82,12 +88,46 @@ inline std::string CameraXml(const SCameraOptions& options = {}) {
   return Describe(nodes);
 }
 
+//! Holds the next frame inside its delivery (where it asks for the camera's node map) until the
+//! test opens the gate: the buffer is then being filled.
+class CGate {
+public:
+  void Arm() {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_Armed = true;
+    m_Reached = false;
+  }
+  void Pass() {
+    std::unique_lock<std::mutex> lock(m_Mutex);
+    if (!m_Armed)
+      return;
+    m_Armed = false;
+    m_Reached = true;
+    m_Changed.notify_all();
+    m_Changed.wait(lock, [this] { return !m_Reached; });
+  }
+  bool WaitReached() {
+    std::unique_lock<std::mutex> lock(m_Mutex);
+    return m_Changed.wait_for(lock, std::chrono::seconds(10), [this] { return m_Reached; });
+  }
+  void Open() {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_Reached = false;
+    m_Changed.notify_all();
+  }
+
+private:
+  std::mutex m_Mutex; // guards everything below
+  std::condition_variable m_Changed;
+  bool m_Armed = false, m_Reached = false;
+};
+
 //! A camera device as the stream grabber sees it: open or not, and its node map (which can
 //! vanish).
 class CTestDevice : public testsupport::CNullDevice {
 public:
   explicit CTestDevice(const SCameraOptions& options = {}) {
-    for (int64_t address = 0; address < 0x48; ++address)
+    for (int64_t address = 0; address < 0x50; ++address)
       m_Port.m_Bytes[address] = 0;
     m_NodeMap._LoadXMLFromString(CameraXml(options));
     m_NodeMap._Connect(&m_Port, "Device");
@@ -106,12 +146,16 @@ public:
   GenApi::INode* Node(const char* name) { return m_NodeMap._GetNode(name); }
 
   bool IsOpen() const override { return m_IsOpen; }
-  GenApi::INodeMap* GetNodeMap() override { return m_Vanished ? nullptr : m_NodeMap._Ptr; }
+  GenApi::INodeMap* GetNodeMap() override {
+    m_Gate.Pass();
+    return m_Vanished ? nullptr : m_NodeMap._Ptr;
+  }
 
   CMemoryPort m_Port; // counts register transactions
   GenApi::CNodeMapRef m_NodeMap{"Device"};
   std::atomic<bool> m_IsOpen{true};
   std::atomic<bool> m_Vanished{false};
+  CGate m_Gate;
 };
 
 //! How many stream log lines of `level` read exactly `text`.

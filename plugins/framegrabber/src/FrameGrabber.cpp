@@ -47,6 +47,7 @@ std::string CFrameGrabber::CableName() const {
 }
 
 bool CFrameGrabber::Open(const char* parameters, Vorla::FgCallee* callee) {
+  std::lock_guard<std::mutex> control(m_ControlMutex);
   if (m_Open)
     return Fail(m_Family + " grabber is already open");
   if (!callee)
@@ -67,9 +68,14 @@ bool CFrameGrabber::Open(const char* parameters, Vorla::FgCallee* callee) {
 }
 
 void CFrameGrabber::Close() {
+  if (std::this_thread::get_id() == m_DeliveryThread.load()) {
+    Fail("Close cannot be called from a frame delivery");
+    return;
+  }
+  std::lock_guard<std::mutex> control(m_ControlMutex);
   if (!m_Open)
     return;
-  StopGrab();
+  StopLocked();
   for (std::uintptr_t& handle : m_NodeHandles) {
     if (handle)
       m_pCallee->DeregisterNodeCallback(handle);
@@ -80,6 +86,7 @@ void CFrameGrabber::Close() {
 }
 
 bool CFrameGrabber::StartGrab() {
+  std::lock_guard<std::mutex> control(m_ControlMutex);
   if (!m_Open)
     return Fail(m_Family + " grabber is not open");
   if (m_Thread.joinable())
@@ -92,13 +99,23 @@ bool CFrameGrabber::StartGrab() {
   m_Lost = 0;
   m_Stop = false;
   m_Thread = std::thread([this] { Deliver(); });
+  m_DeliveryThread = m_Thread.get_id();
   return true;
 }
 
 bool CFrameGrabber::StopGrab() {
+  // Before the mutex: a control call under way may be waiting for this very delivery.
+  if (std::this_thread::get_id() == m_DeliveryThread.load())
+    return Fail("StopGrab cannot be called from a frame delivery");
+  std::lock_guard<std::mutex> control(m_ControlMutex);
+  return StopLocked();
+}
+
+// With the control mutex held: no StartGrab can slip in between the stop and the join.
+bool CFrameGrabber::StopLocked() {
   if (!m_Thread.joinable())
     return true;
-  if (std::this_thread::get_id() == m_Thread.get_id())
+  if (std::this_thread::get_id() == m_Thread.get_id()) // a delivery that began before the id
     return Fail("StopGrab cannot be called from a frame delivery");
   {
     std::lock_guard<std::mutex> lock(m_StopMutex);
@@ -107,6 +124,7 @@ bool CFrameGrabber::StopGrab() {
   m_StopWake.notify_all();
   m_Reader.Wake();
   m_Thread.join();
+  m_DeliveryThread = std::thread::id();
   m_Reader.Detach();
   return true;
 }
@@ -213,7 +231,7 @@ void CFrameGrabber::DeliverFrame(const VideoCable::CCableReader::SFrame& frame) 
     descriptor.m_TotalSize = pitch * info.m_Height;
     descriptor.m_pData = m_Lines.data();
   }
-  m_pCallee->FrameReady(descriptor);
+  m_pCallee->FrameReadyAt(descriptor, info.m_TimestampNs);
   ++m_Delivered;
 }
 

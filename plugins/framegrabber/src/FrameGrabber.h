@@ -26,8 +26,9 @@ constexpr std::uint32_t ValueFramesLost = 0xC201;
 //! A frame grabber fed by the simulated Camera Link cable of the board and channel its
 //! parameter string names. Frames arrive on the grabber's own delivery thread and go to the
 //! callee's FrameReady; camera nodes that change the picture are followed through node
-//! callbacks. The IFrameGrabber calls come from one application thread at a time;
-//! QueryValue and GetLastErrorText from any thread.
+//! callbacks. Thread-safe: Open, Close, StartGrab and StopGrab pass through one control mutex
+//! (the delivery thread never takes it); QueryValue and GetLastErrorText may come from any
+//! thread at any time.
 class CFrameGrabber final : public Vorla::IFrameGrabber {
 public:
   CFrameGrabber(const char* family, ELineLayout layout);
@@ -47,6 +48,7 @@ private:
   static void OnNode(int64_t value, uint64_t context, uint32_t cookie);
 
   bool Fail(const std::string& text);
+  bool StopLocked();
   void Deliver();
   void DeliverFrame(const VideoCable::CCableReader::SFrame& frame);
   std::string CableName() const;
@@ -54,6 +56,10 @@ private:
   const std::string m_Family;
   const ELineLayout m_Layout;
   CGrabberParameters m_Parameters;
+  // Owned by the grabber; serialises the control calls and guards the members up to m_Thread
+  // and m_DeliveryThread. The delivery thread reads m_pCallee and m_Parameters only while it
+  // runs, and they change only while it does not.
+  std::mutex m_ControlMutex;
   Vorla::FgCallee* m_pCallee = nullptr;
   bool m_Open = false;
   std::uintptr_t m_NodeHandles[NodeCount] = {};
@@ -80,6 +86,8 @@ private:
   std::mutex m_StopMutex;
   std::condition_variable m_StopWake;
   std::thread m_Thread; //!< the delivery thread, between StartGrab and StopGrab
+  //! Its id, readable without the control mutex (a StopGrab from the delivery itself).
+  std::atomic<std::thread::id> m_DeliveryThread{};
 };
 
 } // namespace FrameGrabber

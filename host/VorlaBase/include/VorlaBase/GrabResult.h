@@ -32,7 +32,7 @@ struct GrabResult {
   int32_t m_FrameNumber = 0;                 //!< the frame-grabber's value for the frame
   int32_t m_PayloadType = -1;                //!< 0 (image) once a frame has been grabbed
   uint32_t m_PixelType = UndefinedPixelType; //!< an EPixelType
-  uint64_t m_TimeStamp = 0;                  //!< not measured by the Camera Link transport: 0
+  uint64_t m_TimeStamp = 0;                  //!< the frame grabber's frame time in ns, or 0
   int32_t m_SizeX = -1;                      //!< width in pixels
   int32_t m_SizeY = -1;                      //!< height in lines
   int32_t m_OffsetX = -1;                    //!< horizontal offset of the region in pixels
