@@ -1,5 +1,6 @@
 // CCLPort against the fake serial library and the fake CLProtocol driver of this folder.
 #include <CLProtocol/CLPort.h>
+#include <GenApi/Log.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,6 +10,7 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include <dlfcn.h>
 #include <unistd.h>
@@ -23,10 +25,11 @@ namespace {
 
 const std::string kSerialDir = FAKE_SERIAL_DIR;
 const std::string kDriverRoot = FAKE_DRIVER_ROOT;
+const std::string kDriverDir = kDriverRoot + "/Linux64_x64";
 const std::string kDriver = "libCLProtocolFake.so";
-const std::string kTemplate = kDriverRoot + "#" + kDriver + "#Fake";
-const std::string kCamTemplate = kDriverRoot + "#" + kDriver + "#Fake#Cam";
-const std::string kFullID = kDriverRoot + "#" + kDriver + "#Fake#Cam#Model1#V1#SN42";
+const std::string kTemplate = kDriverDir + "#" + kDriver + "#Fake";
+const std::string kCamTemplate = kDriverDir + "#" + kDriver + "#Fake#Cam";
+const std::string kFullID = kDriverDir + "#" + kDriver + "#Fake#Cam#Model1#V1#SN42";
 
 template <class F> F Control(void* handle, const char* name) {
   void* p = ::dlsym(handle, name);
@@ -98,22 +101,55 @@ TEST_F(CLPortTest, PortIDsNameManufacturerAndPortOfEveryLibraryOnce) {
   EXPECT_TRUE(ids.empty());
 }
 
-TEST_F(CLPortTest, TemplatesComeFromEveryDriverFolderWithDirectoryAndFile) {
-  fs::create_directories(m_tmp / "a" / "Linux64_x64");
-  fs::create_directories(m_tmp / "b" / "Linux64_x64");
+std::vector<std::string> g_warnings;
+void CaptureWarning(const char* category, const char* text) {
+  g_warnings.push_back(std::string(category) + ": " + text);
+}
+
+// GENICAM_CLPROTOCOL as GenICam's reference module reads it: ';'-separated folders whose
+// Linux64_x64 sub-folder holds the drivers, that folder being token 0. A missing folder is skipped
+// with one warning, not an exception.
+TEST_F(CLPortTest, DriverFoldersAreListedLikeTheReferenceModuleDoes) {
   const std::string fake = FAKE_DRIVER_MODULE;
-  // Release and debug side by side: only the release counts; a lone debug build stands in.
-  fs::create_symlink(fake, m_tmp / "a" / "Linux64_x64" / "libA.so");
-  fs::create_symlink(fake, m_tmp / "a" / "Linux64_x64" / "libA.debug.so");
-  fs::create_symlink(fake, m_tmp / "b" / "Linux64_x64" / "libB.debug.so");
-  fs::create_symlink(fake, m_tmp / "b" / "Linux64_x64" / "notadriver.so");
   const std::string a = (m_tmp / "a").string(), b = (m_tmp / "b").string();
-  ::setenv("GENICAM_CLPROTOCOL", (kDriverRoot + ":" + a + "/:" + b + ":" + kDriverRoot).c_str(), 1);
-  GenICam::gcstring_vector templates;
-  CCLPort::GetDeviceIDTemplates(templates);
-  EXPECT_THAT(templates,
-              ElementsAre(kTemplate, kCamTemplate, a + "#libA.so#Fake", a + "#libA.so#Fake#Cam",
-                          b + "#libB.debug.so#Fake", b + "#libB.debug.so#Fake#Cam"));
+  fs::create_directories(a + "/Linux64_x64");
+  fs::create_directories(b + "/Linux64_x64");
+  // Release and debug side by side: only the release counts; a lone debug build stands in.
+  fs::create_symlink(fake, a + "/Linux64_x64/libA.so");
+  fs::create_symlink(fake, a + "/Linux64_x64/libA.debug.so");
+  fs::create_symlink(fake, b + "/Linux64_x64/libB.debug.so");
+  fs::create_symlink(fake, b + "/Linux64_x64/notadriver.so");
+  const std::string missing = (m_tmp / "missing").string();
+  const auto Missing = [](const std::string& entry) {
+    return "CLProtocol: GENICAM_CLPROTOCOL names '" + entry + "', which has no folder '" + entry +
+           "/Linux64_x64': skipped";
+  };
+  const std::vector<std::string> aTemplates{a + "/Linux64_x64#libA.so#Fake",
+                                            a + "/Linux64_x64#libA.so#Fake#Cam"};
+  const struct {
+    std::string list;
+    std::vector<std::string> templates;
+    std::vector<std::string> warnings;
+  } rows[] = {
+      {kDriverRoot + ";" + a + "/;" + b + ";" + kDriverRoot,
+       {kTemplate, kCamTemplate, aTemplates[0], aTemplates[1],
+        b + "/Linux64_x64#libB.debug.so#Fake", b + "/Linux64_x64#libB.debug.so#Fake#Cam"},
+       {}},
+      {missing + ";" + a + ";;" + missing, aTemplates, {Missing(missing)}},
+      {missing + ";" + a, aTemplates, {}},                           // warned once per process
+      {kDriverRoot + ":" + a, {}, {Missing(kDriverRoot + ":" + a)}}, // ':' separates nothing
+  };
+  const GenApi::LogFunction previous = GenApi::SetLogFunction(&CaptureWarning);
+  for (const auto& row : rows) {
+    g_warnings.clear();
+    ::setenv("GENICAM_CLPROTOCOL", row.list.c_str(), 1);
+    GenICam::gcstring_vector templates;
+    EXPECT_NO_THROW(CCLPort::GetDeviceIDTemplates(templates)) << row.list;
+    EXPECT_EQ(std::vector<std::string>(templates.begin(), templates.end()), row.templates)
+        << row.list;
+    EXPECT_EQ(g_warnings, row.warnings) << row.list;
+  }
+  GenApi::SetLogFunction(previous);
   // One file, loaded and initialised once however often it is found.
   EXPECT_EQ(Control<int (*)()>(s_driver, "fakeDriverInitCalls")(), 1);
 }
@@ -159,13 +195,27 @@ TEST_F(CLPortTest, ProbeErrorsCarryCodeAndBestText) {
   EXPECT_EQ(CodeOf([] { CCLPort::ProbeDevice("Fake#echo", "garbage"); }), CL_ERR_INVALID_DEVICEID);
 }
 
-TEST_F(CLPortTest, CameraAnswersCannotSteerTheDriver) {
-  const char* const answers[] = {"/tmp/evil#libEvil.so#Fake#Cam", "Fake#Cam#Mod el",
-                                 "Fake#Cam#../../x", "A#B#C#D#E#F"};
-  for (const char* answer : answers) {
-    Control<void (*)(const char*)>(s_driver, "fakeDriverSetAnswer")(answer);
-    EXPECT_EQ(CodeOf([] { CCLPort::ProbeDevice("Fake#echo", kTemplate); }), CL_ERR_INVALID_DEVICEID)
-        << answer;
+TEST_F(CLPortTest, AnswersCannotSteerTheDriver) {
+  // Whatever the driver answers, directory and file of the DeviceID are the template's.
+  const std::string head = kDriverDir + "#" + kDriver + "#";
+  const struct {
+    const char* answer;
+    std::string id; // empty: refused
+  } rows[] = {
+      {"/tmp/evil#libEvil.so#Fake#Cam", head + "/tmp/evil#libEvil.so#Fake#Cam"},
+      {"Fake#Cam#../../x#V 1.0#SN-1", head + "Fake#Cam#../../x#V 1.0#SN-1"},
+      {"A#B#C#D#E#F", ""},
+      {"Fake#Cam\n", ""},
+  };
+  for (const auto& row : rows) {
+    Control<void (*)(const char*)>(s_driver, "fakeDriverSetAnswer")(row.answer);
+    if (row.id.empty()) {
+      EXPECT_EQ(CodeOf([] { CCLPort::ProbeDevice("Fake#echo", kTemplate); }),
+                CL_ERR_INVALID_DEVICEID)
+          << row.answer;
+      continue;
+    }
+    EXPECT_EQ(CCLPort::ProbeDevice("Fake#echo", kTemplate), row.id) << row.answer;
   }
 }
 
@@ -174,7 +224,7 @@ TEST_F(CLPortTest, OnlyDiscoveredDriversAreEverLoaded) {
   fs::create_directories(m_tmp / "evil" / "Linux64_x64");
   const fs::path evil = m_tmp / "evil" / "Linux64_x64" / "libEvil.so";
   fs::copy_file(FAKE_DRIVER_MODULE, evil);
-  const std::string id = (m_tmp / "evil").string() + "#libEvil.so#Fake#Cam#Model1#V1#SN42";
+  const std::string id = evil.parent_path().string() + "#libEvil.so#Fake#Cam#Model1#V1#SN42";
   CCLPort port;
   EXPECT_EQ(CodeOf([&] { port.Connect("Fake#echo", id); }), CL_ERR_INVALID_DEVICEID);
   EXPECT_EQ(CodeOf([&] { CCLPort::ProbeDevice("Fake#echo", id); }), CL_ERR_INVALID_DEVICEID);

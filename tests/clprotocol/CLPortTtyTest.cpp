@@ -22,7 +22,8 @@ using CLProtocol::CLErrException;
 
 namespace {
 
-const std::string kTemplate = std::string(FAKE_DRIVER_ROOT) + "#libCLProtocolFake.so#Fake";
+const std::string kTemplate =
+    std::string(FAKE_DRIVER_ROOT) + "/Linux64_x64#libCLProtocolFake.so#Fake";
 
 class CLPortTtyTest : public ::testing::Test {
 protected:
@@ -84,7 +85,8 @@ TEST_F(CLPortTtyTest, TtyPortIsListedAndProbed) {
   EXPECT_NE(std::find(ids.begin(), ids.end(), m_portID), ids.end());
   StartEcho();
   EXPECT_EQ(CCLPort::ProbeDevice(m_portID, kTemplate, 2000),
-            std::string(FAKE_DRIVER_ROOT) + "#libCLProtocolFake.so#Fake#Cam#Model1#V1#SN42");
+            std::string(FAKE_DRIVER_ROOT) +
+                "/Linux64_x64#libCLProtocolFake.so#Fake#Cam#Model1#V1#SN42");
 }
 
 TEST_F(CLPortTtyTest, ProbeOfAnEmptyPortEndsWithTimeout) {

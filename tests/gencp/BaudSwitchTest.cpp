@@ -71,7 +71,7 @@ TEST_F(GenCPBaud, ReconnectFindsCameraStillAtTheFasterRate) {
   ASSERT_EQ(SetBaud(CL_BAUDRATE_57600), CL_ERR_NO_ERR);
   std::string id;
   CLUINT32 cookie = 0;
-  ASSERT_EQ(Probe("Hexmar#CamSim#HX1300#_1_0#HX0001", id, cookie), CL_ERR_NO_ERR);
+  ASSERT_EQ(Probe("Hexmar#CamSim#HX1300#1.0#HX0001", id, cookie), CL_ERR_NO_ERR);
   CLUINT32 bit = 0;
   ASSERT_EQ(clpGetParam(m_Serial.get(), CLP_DEVICE_BAUDERATE, cookie,
                         reinterpret_cast<CLINT8*>(&bit), 4, Timeout),
@@ -115,7 +115,7 @@ TEST_F(GenCPBaud, DisconnectReleasesTheCameraToItsWakeUpRateAndReconnectRestores
   EXPECT_EQ(m_Camera->BaudBit(), CL_BAUDRATE_9600); // the next discovery at 9600 finds it
 
   std::string id;
-  ASSERT_EQ(Probe("Hexmar#CamSim#HX1300#_1_0#HX0001", id, m_Cookie), CL_ERR_NO_ERR);
+  ASSERT_EQ(Probe("Hexmar#CamSim#HX1300#1.0#HX0001", id, m_Cookie), CL_ERR_NO_ERR);
   EXPECT_EQ(m_Camera->BaudBit(), CL_BAUDRATE_230400);
   EXPECT_EQ(GetParam(CLP_DEVICE_BAUDERATE), CLUINT32(CL_BAUDRATE_230400));
 }

@@ -64,7 +64,7 @@ protected:
     CLUINT32 size = 0;
     CLINT32 rc =
         clpGetXMLDescription(m_Serial.get(), m_Cookie, id.c_str(), nullptr, &size, Timeout);
-    if (rc != CL_ERR_NO_ERR)
+    if (rc != CL_ERR_BUFFER_TOO_SMALL)
       return rc;
     std::vector<char> buffer(size);
     rc = clpGetXMLDescription(m_Serial.get(), m_Cookie, id.c_str(), buffer.data(), &size, Timeout);

@@ -6,7 +6,9 @@
 #include <camsim/CameraXml.h>
 #include <gencp/Protocol.h>
 
+#include <algorithm>
 #include <cstring>
+#include <utility>
 
 using camsim::CCameraModel;
 using camsim::SCameraOptions;
@@ -19,31 +21,129 @@ constexpr std::uint64_t WidthReg = Dev + 0x00, HeightReg = Dev + 0x04, PixelForm
 
 using GenCPProbe = GenCPDriverFixture;
 
-TEST_F(GenCPProbe, TemplateProbeAnswersShortDeviceId) {
-  SCameraOptions options;
-  options.m_Family = "Cam Sim";
-  options.m_Serial = "0042-A";
-  Attach(options);
-  std::string id;
-  ASSERT_EQ(Probe("Hexmar", id, m_Cookie), CL_ERR_NO_ERR);
-  EXPECT_EQ(id, "Hexmar#Cam_Sim#HX1300#_1_0#_0042_A");
-  EXPECT_NE(m_Cookie, 0u);
-}
+// The driver's C interface driven as GenICam's reference CLProtocol module drives it: probes with
+// the full template, re-connects that want only the cookie, size queries, a start of the library
+// for every port and call, and clpDisconnect(0) after listings and probes. Two cameras, whose
+// strings need no C identifiers, on two lines.
+class GenCPHostSequences : public ::testing::Test {
+protected:
+  static constexpr CLUINT32 Timeout = 200;
+  enum EOp {
+    Init,       // clpInitLib
+    Close,      // clpCloseLib
+    Probe,      // clpProbeDevice of `m_Text` with a buffer: the answer
+    Reconnect,  // clpProbeDevice with null answer and size: only the cookie
+    ProbeSize,  // clpProbeDevice with null answer and size 0: the size
+    XmlSize,    // clpGetXMLDescription with a null buffer: the size
+    Read,       // clpReadRegister of the GenCP version
+    Disconnect, // clpDisconnect of the line's cookie, or of 0 for line -1
+  };
+  struct SStep {
+    EOp m_Op;
+    int m_Line;
+    CLINT32 m_Status;
+    std::string m_Text = "";
+    std::string m_Out = ""; // answer or size
+  };
 
-TEST_F(GenCPProbe, FullDeviceIdReconnectsOnlyToThatCamera) {
-  Connect();
-  std::string id;
-  CLUINT32 again = 0;
-  ASSERT_EQ(Probe("/lib/vorla#libCLProtocolGenCP.so#Hexmar#CamSim#HX1300#_1_0#HX0001", id, again),
-            CL_ERR_NO_ERR);
-  EXPECT_EQ(id, "Hexmar#CamSim#HX1300#_1_0#HX0001");
-  EXPECT_NE(again, 0u);
-  EXPECT_NE(again, m_Cookie);
-  clpDisconnect(again);
-  CLUINT32 other = 0;
-  EXPECT_EQ(Probe("Hexmar#CamSim#HX1300#_1_0#HX0002", id, other), CL_ERR_NO_DEVICE_FOUND);
-  EXPECT_EQ(Probe("Hexmar#OtherFamily", id, other), CL_ERR_NO_DEVICE_FOUND);
-  EXPECT_EQ(Probe("Hexmar#Bad-Token", id, other), CL_ERR_INVALID_DEVICEID);
+  void SetUp() override {
+    for (int i = 0; i < 2; ++i) {
+      SCameraOptions options;
+      options.m_Version = "Version.1.0.0";
+      options.m_Serial = i == 0 ? "SN-0001" : "SN#2@x";
+      m_Lines[i] =
+          std::make_unique<camsim::CLoopbackSerial>(std::make_shared<CCameraModel>(options), 0xFF);
+    }
+  }
+  void TearDown() override {
+    for (CLUINT32& cookie : m_Cookies)
+      clpDisconnect(std::exchange(cookie, 0));
+  }
+  CLINT32 Call(const SStep& s, std::string& out) {
+    CLProtocol::ISerial* line = s.m_Line >= 0 ? m_Lines[s.m_Line].get() : nullptr;
+    CLUINT32& cookie = m_Cookies[std::max(s.m_Line, 0)];
+    char buffer[256] = {};
+    CLUINT32 size = s.m_Op == Probe ? sizeof buffer : 0, got = 0;
+    switch (s.m_Op) {
+    case Init:
+      return clpInitLib(nullptr, CLP_LOG_ERROR);
+    case Close:
+      return clpCloseLib();
+    case Read:
+      return clpReadRegister(line, cookie, 0, buffer, 4, Timeout);
+    case Disconnect:
+      return clpDisconnect(line ? std::exchange(cookie, 0) : 0);
+    case XmlSize: {
+      const char* id = "SchemaVersion.1.1@Hexmar#CamSim#HX1300@XMLVersion.1.0.0";
+      const CLINT32 rc = clpGetXMLDescription(line, cookie, id, nullptr, &size, Timeout);
+      out = std::to_string(size);
+      return rc;
+    }
+    default: {
+      const CLINT32 rc = clpProbeDevice(line, s.m_Text.c_str(), s.m_Op == Probe ? buffer : nullptr,
+                                        s.m_Op == Reconnect ? nullptr : &size, &got, Timeout);
+      out = s.m_Op == Probe ? buffer : s.m_Op == ProbeSize ? std::to_string(size) : "";
+      EXPECT_EQ(got != 0, rc == CL_ERR_NO_ERR); // a cookie exactly when connected
+      cookie = got ? got : cookie;
+      return rc;
+    }
+    }
+  }
+
+  std::unique_ptr<camsim::CLoopbackSerial> m_Lines[2];
+  CLUINT32 m_Cookies[2] = {};
+};
+
+TEST_F(GenCPHostSequences, AsTheReferenceModuleCallsThem) {
+  const std::string head = "/opt/gencp/Linux64_x64#libCLProtocolGenCP.so#";
+  const std::string id0 = "Hexmar#CamSim#HX1300#Version.1.0.0#SN-0001";
+  const std::string id1 = "Hexmar#CamSim#HX1300#Version.1.0.0#SN_2_x";
+  const struct {
+    const char* m_Name;
+    std::vector<SStep> m_Steps;
+  } sequences[] = {
+      {"a short template gets the short answer",
+       {{Probe, 0, CL_ERR_NO_ERR, "Hexmar", id0},
+        {Probe, 1, CL_ERR_NO_DEVICE_FOUND, id0},
+        {Probe, 1, CL_ERR_NO_DEVICE_FOUND, "Hex"},
+        {Probe, 1, CL_ERR_INVALID_DEVICEID, "Hexmar##HX1300"}}},
+      {"a full template or DeviceID gets the full answer, then clpDisconnect(0)",
+       {{Probe, 0, CL_ERR_NO_ERR, head + "Hexmar", head + id0},
+        {Disconnect, -1, CL_ERR_NO_ERR},
+        {Disconnect, 0, CL_ERR_NO_ERR},
+        {Probe, 1, CL_ERR_NO_ERR, head + id1, head + id1},
+        {Disconnect, -1, CL_ERR_NO_ERR},
+        {Read, 1, CL_ERR_NO_ERR}}},
+      {"a re-connect with null answer and size returns only the cookie",
+       {{Reconnect, 0, CL_ERR_NO_ERR, head + id0},
+        {Read, 0, CL_ERR_NO_ERR},
+        {Reconnect, 0, CL_ERR_NO_DEVICE_FOUND, head + id1}}},
+      {"size queries answer BUFFER_TOO_SMALL with the size",
+       {{ProbeSize, 0, CL_ERR_BUFFER_TOO_SMALL, head + "Hexmar",
+         std::to_string(head.size() + id0.size() + 1)},
+        {Reconnect, 0, CL_ERR_NO_ERR, head + id0},
+        {XmlSize, 0, CL_ERR_BUFFER_TOO_SMALL, "", std::to_string(camsim::CameraXml().size() + 1)}}},
+      {"nested starts across two lines: only the last close ends the connections",
+       {{Init, 0, CL_ERR_NO_ERR},
+        {Reconnect, 0, CL_ERR_NO_ERR, head + id0},
+        {Init, 0, CL_ERR_NO_ERR},
+        {Reconnect, 1, CL_ERR_NO_ERR, head + "Hexmar#CamSim"},
+        {Close, 0, CL_ERR_NO_ERR},
+        {Read, 0, CL_ERR_NO_ERR},
+        {Read, 1, CL_ERR_NO_ERR},
+        {Close, 0, CL_ERR_NO_ERR},
+        {Read, 0, CL_ERR_INVALID_COOKIE},
+        {Disconnect, 1, CL_ERR_INVALID_COOKIE}}},
+  };
+  for (const auto& sequence : sequences) {
+    for (size_t i = 0; i < sequence.m_Steps.size(); ++i) {
+      std::string out;
+      EXPECT_EQ(Call(sequence.m_Steps[i], out), sequence.m_Steps[i].m_Status)
+          << sequence.m_Name << ", step " << i;
+      EXPECT_EQ(out, sequence.m_Steps[i].m_Out) << sequence.m_Name << ", step " << i;
+    }
+    TearDown();
+  }
 }
 
 TEST_F(GenCPProbe, EmptyPortTimesOutAfterOneCommand) {
@@ -52,26 +152,6 @@ TEST_F(GenCPProbe, EmptyPortTimesOutAfterOneCommand) {
   CLUINT32 cookie = 0;
   EXPECT_EQ(Probe("Hexmar", id, cookie), CL_ERR_TIMEOUT);
   EXPECT_EQ(m_Serial->BytesWritten(), 28u); // one ReadMem, no resend
-}
-
-TEST_F(GenCPProbe, ForeignCameraIsNotFound) {
-  SCameraOptions options;
-  options.m_Manufacturer = "Elsewhere";
-  Attach(options);
-  std::string id;
-  CLUINT32 cookie = 0;
-  EXPECT_EQ(Probe("Hexmar", id, cookie), CL_ERR_NO_DEVICE_FOUND);
-}
-
-TEST_F(GenCPProbe, SmallBufferReportsNeededSize) {
-  Attach();
-  char buffer[8];
-  CLUINT32 size = sizeof buffer;
-  CLUINT32 cookie = 0;
-  EXPECT_EQ(clpProbeDevice(m_Serial.get(), "Hexmar", buffer, &size, &cookie, Timeout),
-            CL_ERR_BUFFER_TOO_SMALL);
-  EXPECT_EQ(size, std::strlen("Hexmar#CamSim#HX1300#_1_0#HX0001") + 1);
-  EXPECT_EQ(cookie, 0u);
 }
 
 // A line that answers every command with noise, like a device speaking another protocol.

@@ -3,6 +3,8 @@
 
 #include <CLProtocol/DeviceID.h>
 
+#include <gmock/gmock.h>
+
 using namespace Vorla;
 using rig::CBindingsFolder;
 
@@ -31,7 +33,8 @@ SPortConfigurationEntry Entry(const char* id, const char* manufacturer, const ch
 } // namespace
 
 TEST_F(Discovery, FindsTheCamerasOfEnabledPortsInPortOrder) {
-  rig::Attach(0, "SN0", "HX1300");
+  // Camera strings need not be C identifiers: the version is "1.0", the serial number "SN-0".
+  rig::Attach(0, "SN-0", "HX1300");
   rig::Attach(1, "SN1", "HX2000");
   m_bindings.Write(CBindingsFolder::Port(rig::PortId(1),
                                          "<Manufacturer>Hexmar</Manufacturer>"
@@ -48,7 +51,10 @@ TEST_F(Discovery, FindsTheCamerasOfEnabledPortsInPortOrder) {
   const gcstring deviceId = Property(first, "DeviceID");
   CLProtocol::CDeviceID id;
   ASSERT_TRUE(id.FromString(deviceId));
-  EXPECT_EQ(id.GetCameraSerialNumber(), "SN0");
+  // Token 0 is the folder that holds the driver, as GenICam's reference module writes it.
+  EXPECT_EQ(deviceId,
+            id.GetDriverDirectory(false) + "#libCLProtocolGenCP.so#Hexmar#CamSim#HX1300#1.0#SN-0");
+  EXPECT_THAT(id.GetDriverDirectory(false), ::testing::EndsWith("/vorla/clprotocol/Linux64_x64"));
   EXPECT_EQ(Property(first, "PortID"), rig::PortId(0));
   EXPECT_EQ(first.GetDeviceClass(), "HexmarCameraLink");
   EXPECT_FALSE(first.IsUserProvided());

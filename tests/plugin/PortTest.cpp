@@ -219,7 +219,7 @@ TEST_F(Port, ProbeStopsAtNoDeviceAndRetriesOtherErrors) {
 
   m_log.Clear();
   rig::Attach(2, "SN3");
-  const gcstring_vector badThenGood{hexmar + "#not-a-token!", hexmar};
+  const gcstring_vector badThenGood{hexmar + "#1#2#3#4#5", hexmar}; // eight tokens: refused
   port.Probe(answer, &badThenGood);
   EXPECT_EQ(m_log.Count("Error accessing port '" + rig::PortId(2) + "'. Retrying!"), 1u);
   EXPECT_NE(answer.find("#SN3"), gcstring::npos) << answer;

@@ -46,7 +46,8 @@ std::string CEnumerationExplainer::Explain(const Vorla::SEnumerationReport& repo
     return text + ".";
   }
   if (report.DriversLookedFor && report.DriversUsable.empty())
-    return "No CLProtocol driver for Hexmar cameras found (folders of $GENICAM_CLPROTOCOL and '" +
+    return "No CLProtocol driver for Hexmar cameras found (in the Linux64_x64 folders of the "
+           "';'-separated $GENICAM_CLPROTOCOL and of '" +
            folders.ProtocolDrivers + "').";
   if (!report.PortsSilent.empty())
     return "No camera answered on the enabled ports: " + Join(report.PortsSilent) + ".";

@@ -85,7 +85,9 @@ CLINT32 CLPROTOCOL clpGetShortDeviceIDTemplates(CLINT8* buffer, CLUINT32* buffer
 CLINT32 CLPROTOCOL clpProbeDevice(ISerial* serial, const CLINT8* deviceIDTemplate, CLINT8* deviceID,
                                   CLUINT32* bufferSize, CLUINT32* cookie,
                                   const CLUINT32 timeoutMs) {
-  if (!serial || !deviceIDTemplate || !bufferSize || !cookie)
+  // Null answer and size: a re-connect that wants only the cookie.
+  const bool wantsAnswer = deviceID || bufferSize;
+  if (!serial || !deviceIDTemplate || !cookie || (deviceID && !bufferSize))
     return CL_ERR_INVALID_PTR;
   return Guarded([&] {
     std::string id;
@@ -93,7 +95,7 @@ CLINT32 CLPROTOCOL clpProbeDevice(ISerial* serial, const CLINT8* deviceIDTemplat
     CLINT32 rc = CDriver::Instance().Probe(serial, deviceIDTemplate, id, newCookie, timeoutMs);
     if (rc != CL_ERR_NO_ERR)
       return rc;
-    rc = CopyOut(id, deviceID, bufferSize);
+    rc = wantsAnswer ? CopyOut(id, deviceID, bufferSize) : CL_ERR_NO_ERR;
     if (rc != CL_ERR_NO_ERR) {
       CDriver::Instance().Disconnect(newCookie);
       return rc;
@@ -125,14 +127,8 @@ CLINT32 CLPROTOCOL clpGetXMLDescription(ISerial* serial, const CLUINT32 cookie, 
     return OnConnection(serial, cookie, [&](CConnection& c) {
       std::string xml;
       const CLINT32 rc = c.GetXML(serial, xmlID, xml, timeoutMs);
-      if (rc != CL_ERR_NO_ERR)
-        return rc;
-      // A null buffer asks for the size only.
-      if (!buffer) {
-        *bufferSize = static_cast<CLUINT32>(xml.size() + 1);
-        return CL_ERR_NO_ERR;
-      }
-      return CopyOut(xml, buffer, bufferSize);
+      // A null buffer asks for the size: BUFFER_TOO_SMALL with it, as for a short buffer.
+      return rc == CL_ERR_NO_ERR ? CopyOut(xml, buffer, bufferSize) : rc;
     });
   });
 }
@@ -207,7 +203,9 @@ CLINT32 CLPROTOCOL clpGetErrorText(CLINT32 errorCode, CLINT8* errorText, CLUINT3
 
 CLINT32 CLPROTOCOL clpDisconnect(const CLUINT32 cookie) {
   return Guarded([&] {
-    return CDriver::Instance().Disconnect(cookie) ? CL_ERR_NO_ERR : CL_ERR_INVALID_COOKIE;
+    // Cookie 0 is never handed out; hosts disconnect it after listings and probes.
+    return cookie == 0 || CDriver::Instance().Disconnect(cookie) ? CL_ERR_NO_ERR
+                                                                 : CL_ERR_INVALID_COOKIE;
   });
 }
 

@@ -47,8 +47,8 @@ CConnection::CConnection(const CLogger& logger, const std::atomic<bool>* stopPro
   m_Channel.SetStopFlag(stopProbe);
 }
 
-CLINT32 CConnection::Probe(CLProtocol::ISerial* serial, const std::string& shortRequest,
-                           bool complete, std::uint32_t baudBit, std::uint32_t timeoutMs) {
+CLINT32 CConnection::Probe(CLProtocol::ISerial* serial, const CDeviceIdentity::SRequest& request,
+                           std::uint32_t baudBit, std::uint32_t timeoutMs) {
   if (serial->clSetBaudRate(baudBit) != CL_ERR_NO_ERR)
     m_Logger.Log(CLP_LOG_WARN, "GenCP: the line refused baud bit 0x%X", unsigned(baudBit));
   m_Channel.SetBaudBit(baudBit);
@@ -93,9 +93,9 @@ CLINT32 CConnection::Probe(CLProtocol::ISerial* serial, const std::string& short
   m_Identity.m_Serial = BootstrapString(tail);
 
   const std::string id = m_Identity.ShortDeviceID();
-  if (complete ? id != shortRequest : id.compare(0, shortRequest.size(), shortRequest) != 0) {
+  if (!m_Identity.Matches(request)) {
     m_Logger.Log(CLP_LOG_INFO, "GenCP: camera '%s' does not match '%s'", id.c_str(),
-                 shortRequest.c_str());
+                 request.m_Short.c_str());
     return CL_ERR_NO_DEVICE_FOUND;
   }
 

@@ -19,7 +19,7 @@ public:
   CConnection(const CLogger& logger, const std::atomic<bool>* stopProbe);
 
   //! Talks to the camera at `baudBit` and checks that it fits the short template or DeviceID.
-  CLINT32 Probe(CLProtocol::ISerial* serial, const std::string& shortRequest, bool complete,
+  CLINT32 Probe(CLProtocol::ISerial* serial, const CDeviceIdentity::SRequest& request,
                 std::uint32_t baudBit, std::uint32_t timeoutMs);
   const CDeviceIdentity& Identity() const { return m_Identity; }
 

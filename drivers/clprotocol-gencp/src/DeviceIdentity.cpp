@@ -1,16 +1,11 @@
 #include "DeviceIdentity.h"
 
+#include <algorithm>
+#include <cctype>
 #include <vector>
 
 namespace GenCPDriver {
 namespace {
-
-bool IsAlpha(char c) {
-  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_';
-}
-bool IsDigit(char c) {
-  return c >= '0' && c <= '9';
-}
 
 std::vector<std::string> Split(const std::string& text, char separator) {
   std::vector<std::string> out;
@@ -24,57 +19,61 @@ std::vector<std::string> Split(const std::string& text, char separator) {
   }
 }
 
+bool EndsWithNoCase(const std::string& text, const std::string& tail) {
+  return text.size() > tail.size() &&
+         std::equal(tail.rbegin(), tail.rend(), text.rbegin(), [](char lower, char c) {
+           return std::tolower(static_cast<unsigned char>(c)) == lower;
+         });
+}
+
+bool IsLibraryName(const std::string& name) {
+  return EndsWithNoCase(name, ".so") || EndsWithNoCase(name, ".dll");
+}
+
 } // namespace
 
-std::string CDeviceIdentity::SafeToken(const std::string& text) {
-  std::string out;
-  out.reserve(text.size() + 1);
-  for (char c : text)
-    out.push_back(IsAlpha(c) || IsDigit(c) ? c : '_');
-  if (out.empty() || IsDigit(out.front()))
-    out.insert(out.begin(), '_');
+std::string CDeviceIdentity::Token(const std::string& text) {
+  std::string out = text.empty() ? "_" : text;
+  for (char& c : out)
+    if (c == '#' || c == '@' || static_cast<unsigned char>(c) < 0x20 || c == 0x7F)
+      c = '_';
   return out;
 }
 
-bool CDeviceIdentity::IsCIdentifier(const std::string& text) {
-  if (text.empty() || !IsAlpha(text.front()))
-    return false;
-  for (char c : text)
-    if (!IsAlpha(c) && !IsDigit(c))
-      return false;
-  return true;
-}
-
 std::string CDeviceIdentity::ShortDeviceID() const {
-  return ModelTemplate() + "#" + SafeToken(m_Version) + "#" + SafeToken(m_Serial);
+  return ModelTemplate() + "#" + Token(m_Version) + "#" + Token(m_Serial);
 }
 
 std::string CDeviceIdentity::ModelTemplate() const {
-  return SafeToken(m_Manufacturer) + "#" + SafeToken(m_Family) + "#" + SafeToken(m_Model);
+  return Token(m_Manufacturer) + "#" + Token(m_Family) + "#" + Token(m_Model);
 }
 
-bool CDeviceIdentity::ShortForm(const std::string& request, std::string& shortForm,
-                                bool& complete) {
-  complete = false;
-  shortForm.clear();
+bool CDeviceIdentity::Matches(const SRequest& request) const {
+  const std::string id = ShortDeviceID();
+  const std::string& wanted = request.m_Short;
+  if (request.m_Complete || wanted.size() >= id.size())
+    return id == wanted;
+  // Whole tokens only: "Hex" is no template of "Hexmar#...".
+  return wanted.empty() || (id.compare(0, wanted.size(), wanted) == 0 && id[wanted.size()] == '#');
+}
+
+bool CDeviceIdentity::ParseRequest(const std::string& request, SRequest& parsed) {
+  parsed = SRequest();
   if (request.empty())
     return true;
   std::vector<std::string> tokens = Split(request, '#');
-  // Driver directory and file name are never C identifiers (separators, a dot), the
-  // manufacturer always is.
-  if (!IsCIdentifier(tokens.front())) {
-    if (tokens.size() < 3)
-      return false;
+  if (tokens.size() >= 2 && IsLibraryName(tokens[1])) {
+    parsed.m_Head = tokens[0] + "#" + tokens[1] + "#";
     tokens.erase(tokens.begin(), tokens.begin() + 2);
   }
   if (tokens.size() > 5)
     return false;
   for (std::size_t i = 0; i < tokens.size(); ++i) {
-    if (!IsCIdentifier(tokens[i]))
+    if (tokens[i].empty())
       return false;
-    shortForm += (i ? "#" : "") + tokens[i];
+    parsed.m_Short += (i ? "#" : "") + tokens[i];
   }
-  complete = tokens.size() == 5;
+  parsed.m_Complete = tokens.size() == 5;
   return true;
 }
 

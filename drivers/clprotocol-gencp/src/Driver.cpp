@@ -15,17 +15,23 @@ CDriver& CDriver::Instance() {
 
 CLINT32 CDriver::InitLib(clp_logger_t logger, CLINT32 level) {
   std::lock_guard<std::mutex> lock(m_Mutex);
-  if (m_Initialised)
-    return CL_ERR_IN_USE;
-  m_Initialised = true;
-  m_Logger.Set(logger);
-  m_Logger.SetLevel(level);
+  // Hosts start the library once per port and per call, all on this one instance: the first
+  // start sets it up, the others only count.
+  if (m_Starts++ == 0) {
+    m_Logger.Set(logger);
+    m_Logger.SetLevel(level);
+  }
   return CL_ERR_NO_ERR;
 }
 
 void CDriver::CloseLib() {
   std::lock_guard<std::mutex> lock(m_Mutex);
-  m_Initialised = false;
+  // Only the last close ends the connections: the other starts may still use theirs.
+  if (m_Starts > 1) {
+    --m_Starts;
+    return;
+  }
+  m_Starts = 0;
   m_Connections.clear();
   m_LineBaud.clear();
   m_RestoreBaud.clear();
@@ -53,17 +59,17 @@ std::vector<std::uint32_t> CDriver::BaudCandidates(CLProtocol::ISerial* serial,
 
 CLINT32 CDriver::Probe(CLProtocol::ISerial* serial, const std::string& request,
                        std::string& deviceId, CLUINT32& cookie, std::uint32_t timeoutMs) {
-  std::string shortRequest;
-  bool complete = false;
-  if (!CDeviceIdentity::ShortForm(request, shortRequest, complete))
+  CDeviceIdentity::SRequest parsed;
+  if (!CDeviceIdentity::ParseRequest(request, parsed))
     return CL_ERR_INVALID_DEVICEID;
   CLINT32 rc = CL_ERR_NO_DEVICE_FOUND;
-  for (std::uint32_t baudBit : BaudCandidates(serial, shortRequest, complete)) {
+  for (std::uint32_t baudBit : BaudCandidates(serial, parsed.m_Short, parsed.m_Complete)) {
     auto connection = std::make_shared<CConnection>(m_Logger, &m_StopProbe);
-    rc = connection->Probe(serial, shortRequest, complete, baudBit, timeoutMs);
+    rc = connection->Probe(serial, parsed, baudBit, timeoutMs);
     if (rc == CL_ERR_NO_ERR) {
-      deviceId = connection->Identity().ShortDeviceID();
-      if (complete)
+      // A request with driver directory and file gets them back: the answer is the DeviceID.
+      deviceId = parsed.m_Head + connection->Identity().ShortDeviceID();
+      if (parsed.m_Complete)
         RestoreBaudRate(serial, *connection, timeoutMs);
       {
         std::lock_guard<std::mutex> lock(m_Mutex);

@@ -19,12 +19,14 @@ class CDriver {
 public:
   static CDriver& Instance();
 
+  //! Counted: every start needs its close, and the last close ends every connection.
   CLINT32 InitLib(clp_logger_t logger, CLINT32 level);
   void CloseLib();
   CLogger& Logger() { return m_Logger; }
   std::atomic<bool>& StopProbe() { return m_StopProbe; }
 
-  //! Probes and, on success, registers the connection under a new cookie.
+  //! Probes and, on success, registers the connection under a new cookie. `deviceId` is the
+  //! short DeviceID, or the full one when `request` names driver directory and file.
   CLINT32 Probe(CLProtocol::ISerial* serial, const std::string& request, std::string& deviceId,
                 CLUINT32& cookie, std::uint32_t timeoutMs);
   std::shared_ptr<CConnection> Find(CLUINT32 cookie);
@@ -54,7 +56,7 @@ private:
   std::atomic<bool> m_StopProbe{false};
   // Guards the members below; owned by the driver, held only for map look-ups and updates.
   std::mutex m_Mutex;
-  bool m_Initialised = false;
+  unsigned m_Starts = 0; // clpInitLib calls not yet closed
   CLUINT32 m_NextCookie = 1;
   std::map<CLUINT32, SEntry> m_Connections;
   std::map<CLProtocol::ISerial*, std::uint32_t> m_LineBaud;

@@ -75,9 +75,9 @@ CLUINT32 HighestBit(CLUINT32 mask) {
   return bit;
 }
 
-// The full DeviceID for a driver's answer to a probe with `query`. Drivers answer the short
-// form, some the full one; directory and file always come from the query, never from the
-// camera, and the result must parse.
+// The full DeviceID for a driver's answer to a probe with `query`. Drivers handed the full
+// template answer the full DeviceID, older ones the short form; directory and file always come
+// from the query, never from the driver or camera, and the result must parse.
 bool ComposeDeviceID(const CDeviceID& query, const std::string& answer, std::string& full) {
   const std::string head = query.GetDriverDirectory(false) + "#" + query.GetDriverFileName() + "#";
   const std::string shortID = answer.compare(0, head.size(), head) == 0

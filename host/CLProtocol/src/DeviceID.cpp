@@ -8,19 +8,6 @@ namespace {
 
 const char kSeparator = '#';
 
-// Camera tokens come from the camera: only [A-Za-z0-9_] may pass, so that no camera can put a
-// path, a separator or a control character into a DeviceID. A leading digit is accepted
-// because serial numbers usually start with one.
-bool IsSafeCameraToken(const GenICam::gcstring& token) {
-  for (const char c : token) {
-    const bool ok =
-        (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
-    if (!ok)
-      return false;
-  }
-  return true;
-}
-
 bool IsPlainFileName(const GenICam::gcstring& name) {
   if (name.empty() || name == "." || name == "..")
     return false;
@@ -59,8 +46,10 @@ bool CDeviceID::FromString(const GenICam::gcstring& deviceID) {
     return false;
   if (tokens[CameraManufacturer].empty())
     return false;
+  // Camera tokens may hold anything but the separator ("Version.1.0.0", "SN-0001"); control
+  // characters would forge log lines and lists.
   for (size_t i = CameraManufacturer; i < tokens.size(); ++i)
-    if (!IsSafeCameraToken(tokens[i]))
+    if (HasControlCharacters(tokens[i]))
       return false;
 
   for (size_t i = 0; i < tokens.size(); ++i)
@@ -93,8 +82,7 @@ GenICam::gcstring CDeviceID::GetDriverFileName() const {
 GenICam::gcstring CDeviceID::GetDriverPath(bool replaceEnvironmentVariables) const {
   if (m_numTokens == 0)
     return GenICam::gcstring();
-  return GetDriverDirectory(replaceEnvironmentVariables) + "/" + GetPlatformFolder() + "/" +
-         GetDriverFileName();
+  return GetDriverDirectory(replaceEnvironmentVariables) + "/" + GetDriverFileName();
 }
 
 GenICam::gcstring CDeviceID::GetCameraManufacturer() const {

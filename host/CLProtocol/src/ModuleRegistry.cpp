@@ -3,6 +3,7 @@
 #include "ProtocolDriver.h"
 #include "SerialLibrary.h"
 
+#include <GenApi/Log.h>
 #include <platform/Environment.h>
 
 #include <algorithm>
@@ -13,11 +14,11 @@ namespace CLProtocol {
 namespace fs = std::filesystem;
 namespace {
 
-std::vector<std::string> SplitList(const std::string& list) {
+std::vector<std::string> SplitList(const std::string& list, char separator) {
   std::vector<std::string> items;
   size_t pos = 0;
   while (pos <= list.size()) {
-    size_t end = list.find(':', pos);
+    size_t end = list.find(separator, pos);
     if (end == std::string::npos)
       end = list.size();
     std::string item = list.substr(pos, end - pos);
@@ -113,7 +114,7 @@ std::vector<CModuleRegistry::SPort> CModuleRegistry::Ports() {
   std::vector<std::string> folders{LibraryFolder() + "/vorla/clserial"};
   std::string extra;
   if (Vorla::Platform::GetEnv("CLSERIALPATH", extra))
-    for (const auto& folder : SplitList(extra))
+    for (const auto& folder : SplitList(extra, ':'))
       folders.push_back(folder);
 
   std::vector<CSerialLibrary*> libraries;
@@ -148,19 +149,29 @@ bool CModuleRegistry::FindPort(const std::string& portID, SPort& port) {
 }
 
 std::vector<CModuleRegistry::SDriver> CModuleRegistry::Drivers() {
+  // ';'-separated on every platform, as GenICam's reference module reads it.
   std::vector<std::string> folders;
   std::string list;
   if (Vorla::Platform::GetEnv("GENICAM_CLPROTOCOL", list))
-    folders = SplitList(list);
+    folders = SplitList(list, ';');
+  const size_t installed = folders.size();
   folders.push_back(LibraryFolder() + "/vorla/clprotocol");
 
   std::vector<SDriver> drivers;
+  std::vector<std::string> missing; // warned about after the lock is released
   std::set<std::string> seenFolders;
-  std::lock_guard<std::mutex> guard(m_lock);
-  for (const auto& folder : folders) {
-    if (!seenFolders.insert(RealPath(folder)).second)
+  std::unique_lock<std::mutex> guard(m_lock);
+  for (size_t i = 0; i < folders.size(); ++i) {
+    // The folder that holds the libraries is token 0 of their DeviceIDs.
+    const std::string binaries = folders[i] + "/" + CDeviceID::GetPlatformFolder();
+    std::error_code ec;
+    if (!fs::is_directory(binaries, ec)) {
+      if (i < installed && m_warnedFolders.insert(folders[i]).second)
+        missing.push_back(folders[i]);
       continue;
-    const std::string binaries = folder + "/" + CDeviceID::GetPlatformFolder();
+    }
+    if (!seenFolders.insert(RealPath(binaries)).second)
+      continue;
     const auto names = FilesIn(binaries);
     for (const auto& name : names) {
       if (!IsDriverName(name))
@@ -172,9 +183,14 @@ std::vector<CModuleRegistry::SDriver> CModuleRegistry::Drivers() {
           continue;
       }
       if (CProtocolDriver* drv = DriverAt(binaries + "/" + name))
-        drivers.push_back({folder, name, drv});
+        drivers.push_back({binaries, name, drv});
     }
   }
+  guard.unlock();
+  for (const auto& folder : missing)
+    GenApi::LogWarning("CLProtocol",
+                       "GENICAM_CLPROTOCOL names '%s', which has no folder '%s/%s': skipped",
+                       folder.c_str(), folder.c_str(), CDeviceID::GetPlatformFolder().c_str());
   return drivers;
 }
 

@@ -26,7 +26,7 @@ public:
     std::string id; // "<manufacturer>#<port identifier>"
   };
   struct SDriver {
-    std::string directory; // as it appears in DeviceIDs (token 0)
+    std::string directory; // the folder of the library, token 0 of DeviceIDs
     std::string fileName;  // token 1
     CProtocolDriver* driver;
   };
@@ -48,12 +48,13 @@ private:
   CSerialLibrary* SerialLibraryAt(const std::string& path);
   CProtocolDriver* DriverAt(const std::string& path);
 
-  // Owned by the registry: guards the three containers below (held while a file is loaded so
+  // Owned by the registry: guards the containers below (held while a file is loaded so
   // that two threads never load the same module twice).
   std::mutex m_lock;
   std::map<std::string, std::unique_ptr<CSerialLibrary>> m_serialLibraries; // by real path
   std::map<std::string, std::unique_ptr<CProtocolDriver>> m_drivers;        // by real path
-  std::set<std::string> m_rejected; // files that did not load or are no module of their kind
+  std::set<std::string> m_rejected;      // files that did not load or are no module of their kind
+  std::set<std::string> m_warnedFolders; // missing driver folders, warned about once
 };
 
 } // namespace CLProtocol

@@ -30,11 +30,15 @@ public:
   //! "<manufacturer>#<port identifier>" of every port of every serial library found in
   //! <libdir>/vorla/clserial and in the folders of CLSERIALPATH.
   static void GetPortIDs(GenICam::gcstring_vector& portIDs);
-  //! "<dir>#<file>#<short template>" for every template of every driver found in
-  //! <dir>/Linux64_x64 for each dir of GENICAM_CLPROTOCOL and <libdir>/vorla/clprotocol.
+  //! "<dir>#<file>#<short template>" for every template of every driver <file> found in a
+  //! folder <dir> = <entry>/Linux64_x64 ("Win64_x64" on Windows), for each entry of the
+  //! ';'-separated GENICAM_CLPROTOCOL and for <libdir>/vorla/clprotocol. An entry without that
+  //! folder is skipped with a warning (log category "CLProtocol").
   static void GetDeviceIDTemplates(GenICam::gcstring_vector& templates);
   //! The full DeviceID of the camera on `portID` that matches the template, or an empty string
-  //! when the driver finds no such camera. Other failures throw.
+  //! when the driver finds no such camera. Other failures throw. Driver directory and file
+  //! always come from the template, whatever the driver answers: a camera cannot choose the
+  //! library that a DeviceID loads.
   static GenICam::gcstring ProbeDevice(const GenICam::gcstring& portID,
                                        const GenICam::gcstring& deviceIDTemplate,
                                        CLUINT32 timeoutMs = 500);

@@ -1,5 +1,5 @@
 #pragma once
-// Where the GenApi library's own warnings go.
+// Where the warnings of the GenApi and CLProtocol libraries go.
 #include <GenApi/GenApiDll.h>
 
 namespace GenApi {
@@ -13,5 +13,13 @@ using LogFunction = void (*)(const char* category, const char* text);
 //! default, one line on standard error. The host's logging installs itself while it is loaded.
 //! Thread-safe.
 GENAPI_API LogFunction SetLogFunction(LogFunction function);
+
+//! Formats a warning printf-style and hands it to the installed receiver; the host libraries
+//! (GenApi, CLProtocol) warn through it. Thread-safe.
+GENAPI_API void LogWarning(const char* category, const char* format, ...)
+#if defined(__GNUC__)
+    __attribute__((format(printf, 2, 3)))
+#endif
+    ;
 
 } // namespace GenApi
