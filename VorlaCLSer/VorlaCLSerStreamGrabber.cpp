@@ -3,6 +3,7 @@
 #include "VorlaCLSerGuids.h"
 #include "VorlaCLSerLog.h"
 
+#include <Base/ForeignText.h>
 #include <GenApi/GenApi.h>
 #include <GenApi/NodeCallback.h>
 #include <VorlaBase/IVorlaDevice.h>
@@ -250,7 +251,7 @@ void CVorlaCLSerStreamGrabber::Open() {
     throw RUNTIME_EXCEPTION("Device not open when opening stream grabber.");
   }
   if (!m_pFrameGrabber->Open(m_DeviceSpecificString.c_str(), this))
-    throw RUNTIME_EXCEPTION(LastErrorText().c_str()); // the plug-in's text is the format
+    throw RUNTIME_EXCEPTION("%s", GenICam::FormatForeignText256(LastErrorText().c_str()).c_str());
   m_State = Opened;
 }
 
@@ -342,7 +343,7 @@ void CVorlaCLSerStreamGrabber::QueueBuffer(StreamBufferHandle hBuffer, uint64_t 
   m_InputQueue.push_back(hBuffer);
   if (!m_AcquisitionStarted) {
     if (!m_pFrameGrabber->StartGrab())
-      throw RUNTIME_EXCEPTION(LastErrorText().c_str()); // the plug-in's text is the format
+      throw RUNTIME_EXCEPTION("%s", GenICam::FormatForeignText256(LastErrorText().c_str()).c_str());
     m_AcquisitionStarted = true;
   }
 }
