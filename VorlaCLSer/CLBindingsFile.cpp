@@ -2,14 +2,14 @@
 
 #include "VorlaCLSerLog.h"
 
+#include <GenApi/SafeXmlReader.h>
+
 #include <vorla/private/VorlaXercesHelper.h>
 
 #include <boost/algorithm/string/predicate.hpp>
 #include <xercesc/dom/DOMDocument.hpp>
 #include <xercesc/dom/DOMNodeList.hpp>
 #include <xercesc/framework/LocalFileInputSource.hpp>
-#include <xercesc/parsers/XercesDOMParser.hpp>
-#include <xercesc/util/SecurityManager.hpp>
 #include <xercesc/util/XMLString.hpp>
 #include <xercesc/util/XMLUniDefs.hpp>
 
@@ -50,31 +50,22 @@ unsigned int CCLBindingsFile::ParseCLBindingsFile(const char* path, PortConfigur
     return 0;
   }
 
-  // Declared before the parser: the parser keeps pointers to them until it is destroyed.
+  // Declared before the reader: the reader's parser keeps a pointer to it.
   DefaultRuntimeExceptionErrorHandler errorHandler;
-  xercesc::SecurityManager security;
-  // Far above what a file of a few dozen ports uses, and small enough that a file nesting entities
-  // is refused in a fraction of a second rather than after Xerces' default 50000.
-  constexpr XMLSize_t kEntityExpansionLimit = 10000;
-  security.setEntityExpansionLimit(kEntityExpansionLimit);
-  xercesc::XercesDOMParser parser;
-  // The file is not trusted: internal entities expand within the security manager's limit, and
-  // nothing outside the file is read (no external DTD, no external entities).
-  parser.setSecurityManager(&security);
-  parser.setLoadExternalDTD(false);
-  parser.setDisableDefaultEntityResolution(true);
+  GenApi::CSafeXmlReader reader(gcstring("CL binding file '") + path + "'",
+                                GenApi::CSafeXmlReader::ConfigurationElementText,
+                                GenApi::CSafeXmlReader::ConfigurationDocumentText);
+  const xercesc::DOMDocument* document = nullptr;
   try {
     const std::unique_ptr<XMLCh, SXercesRelease> xmlPath(xercesc::XMLString::transcode(path));
     const xercesc::LocalFileInputSource source(xmlPath.get());
-    parser.setErrorHandler(&errorHandler);
-    parser.parse(source);
+    document = reader.ParseDocument(source, errorHandler);
   } catch (...) {
     RethrowAsGenICamException("Failed to parse CL binding file", __FILE__, __LINE__);
   }
 
   unsigned int count = 0;
   try {
-    const xercesc::DOMDocument* document = parser.getDocument();
     if (!document)
       throw RUNTIME_EXCEPTION("Failed to get document of CL binding file.");
     if (!document->getDocumentElement())

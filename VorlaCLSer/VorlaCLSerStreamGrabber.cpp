@@ -4,6 +4,7 @@
 #include "VorlaCLSerGuids.h"
 #include "VorlaCLSerLog.h"
 
+#include <Base/ForeignText.h>
 #include <GenApi/GenApi.h>
 #include <VorlaBase/IVorlaDevice.h>
 
@@ -141,7 +142,7 @@ void CVorlaCLSerStreamGrabber::Open() {
   }
   gcstring error;
   if (!m_Plugin.Open(m_DeviceSpecificString, this, error))
-    throw RUNTIME_EXCEPTION(error.c_str()); // the plug-in's text is the format
+    throw RUNTIME_EXCEPTION("%s", GenICam::FormatForeignText256(error.c_str()).c_str());
   m_State = Opened;
 }
 
@@ -214,7 +215,7 @@ void CVorlaCLSerStreamGrabber::QueueBuffer(StreamBufferHandle hBuffer, uint64_t 
   if (!m_AcquisitionStarted) {
     gcstring error;
     if (!m_Plugin.StartGrab(error))
-      throw RUNTIME_EXCEPTION(error.c_str()); // the plug-in's text is the format
+      throw RUNTIME_EXCEPTION("%s", GenICam::FormatForeignText256(error.c_str()).c_str());
     m_AcquisitionStarted = true;
   }
 }

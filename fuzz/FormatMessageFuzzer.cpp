@@ -2,6 +2,7 @@
 // arguments of printf-style messages: exceptions cut at 255 characters, log lines without a
 // limit. Whatever the text holds ('%' signs, multi-byte characters, no end), it is copied, never
 // interpreted, and the cut message is the start of the whole one.
+#include <Base/ForeignText.h>
 #include <Base/GCException.h>
 #include <VorlaBase/Logging.h>
 
@@ -49,6 +50,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   vxlog::LogTrace(vxlog::LogGetCatID("Fuzz"), vxlog::Error, format, a.c_str(), b.c_str(), number);
   const std::string whole = capture.Entries().at(0).text;
   if (cut.size() > 255 || whole.compare(0, cut.size(), cut) != 0)
+    __builtin_trap();
+
+  // A plug-in's error text read as a format without arguments reads none and stays within 255.
+  if (GenICam::FormatForeignText256(a.c_str()).size() > 255)
     __builtin_trap();
 
   try {

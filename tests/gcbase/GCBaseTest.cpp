@@ -1,9 +1,11 @@
+#include <Base/ForeignText.h>
 #include <Base/GCBase.h>
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <string>
+#include <utility>
 
 using namespace GenICam;
 
@@ -45,6 +47,20 @@ TEST(Exceptions, WindowsSixtyFourBitFormatsArePortable) {
   EXPECT_EQ(FormatMessage256("Address=%I64 (%I64#x)", 0xc05ec0c10cLL, 0xc05ec0c10cLL),
             "Address=" + std::to_string(0xc05ec0c10cLL) + " (0xc05ec0c10c)");
   EXPECT_EQ(FormatMessage256("100%% done"), "100% done");
+}
+
+TEST(Exceptions, ForeignTextsAreFormattedWithoutReadingArguments) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"100%% at %d fps", "100% at 0 fps"},
+      {"%5.2f|%-3i|%#x|%I64d|%lld|%e", " 0.00|0  |0|0|0|0.000000e+00"},
+      {"Board=%s%s%s%s%n Channel=3", "Board=%s%s%s%s%n Channel=3"},
+      {"%p %c %*d %.*f %ls %y", "%p %c %*d %.*f %ls %y"},
+      {"ends in %", "ends in %"},
+  };
+  for (const auto& [text, formatted] : cases)
+    EXPECT_EQ(GenICam::FormatForeignText256(text), formatted) << text;
+  EXPECT_EQ(GenICam::FormatForeignText256(std::string(300, '%').c_str()), std::string(150, '%'));
+  EXPECT_EQ(GenICam::FormatForeignText256(std::string(300, 'x').c_str()).size(), 255u);
 }
 
 TEST(Environment, ReplacesVariablesInTheDollarParenthesisForm) {

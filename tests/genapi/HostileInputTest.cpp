@@ -2,11 +2,18 @@
 // top of the range, fields longer than their register, exponential dependency graphs and writes
 // that reach a formula. Each must end in a GenICam error or the right value, never in a crash,
 // a huge allocation or a hang.
+#include "HostileXml.h"
 #include "MemoryPort.h"
+#include "TestSupport.h"
 
-#include <gtest/gtest.h>
+#include <GenApi/SafeXmlReader.h>
+
+#include <gmock/gmock.h>
 
 #include <cinttypes>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <functional>
 
 using namespace GenApi;
@@ -179,3 +186,26 @@ TEST_F(Hostile, WritesThatReachAFormulaAreRefused) {
 }
 
 } // namespace
+
+TEST(HostileDescription, EntitiesAndEndlessTextsAreRefusedNamingTheSource) {
+  char folder[] = "/tmp/vorla-hostile-XXXXXX";
+  ASSERT_TRUE(::mkdtemp(folder));
+  const std::string file = std::string(folder) + "/camera.xml";
+  for (const auto& trick :
+       testsupport::HostileXml(folder, CSafeXmlReader::DescriptionElementText)) {
+    std::string xml = Describe("<Integer Name=\"I\"><ToolTip>" + trick.text +
+                               "</ToolTip><Value>1</Value></Integer>\n");
+    xml.insert(xml.find('\n') + 1, trick.doctype + "\n");
+    std::ofstream(file) << xml;
+    using ::testing::StartsWith;
+    EXPECT_THAT(testsupport::Thrown<GenICam::RuntimeException>(
+                    [&] { CNodeMapRef()._LoadXMLFromString(xml); }),
+                StartsWith("the camera's GenApi description: " + trick.refusal))
+        << trick.what;
+    EXPECT_THAT(testsupport::Thrown<GenICam::RuntimeException>(
+                    [&] { CNodeMapRef()._LoadXMLFromFile(file); }),
+                StartsWith("GenApi description '" + file + "': " + trick.refusal))
+        << trick.what;
+  }
+  std::filesystem::remove_all(folder);
+}

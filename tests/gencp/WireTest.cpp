@@ -6,6 +6,7 @@
 #include <gencp/Sha1.h>
 
 #include <gtest/gtest.h>
+#include <zlib.h>
 
 using GenCP::CPacket;
 using Bytes = std::vector<std::uint8_t>;
@@ -85,6 +86,81 @@ TEST(GenCPWire, ZipRoundTripAndDamage) {
   zip[zip.size() / 3] ^= 0x40;
   EXPECT_FALSE(GenCP::CMemoryZip::UnzipFirst(zip, out));
   EXPECT_FALSE(GenCP::CMemoryZip::UnzipFirst(Bytes{'n', 'o', 't', 'z', 'i', 'p'}, out));
+}
+
+// A one-entry archive as other zip writers lay it out; with `zip64` the directory holds
+// 0xFFFFFFFF and the sizes sit in the zip64 extra field, as Info-ZIP writes streamed input.
+Bytes Archive(const Bytes& content, std::uint64_t declared, bool zip64) {
+  Bytes data(compressBound(static_cast<uLong>(content.size())));
+  z_stream z{};
+  deflateInit2(&z, 9, Z_DEFLATED, -MAX_WBITS, 8, Z_DEFAULT_STRATEGY);
+  z.next_in = const_cast<Bytef*>(content.data());
+  z.avail_in = static_cast<uInt>(content.size());
+  z.next_out = data.data();
+  z.avail_out = static_cast<uInt>(data.size());
+  deflate(&z, Z_FINISH);
+  data.resize(z.total_out);
+  deflateEnd(&z);
+  Bytes out;
+  auto put = [&out](std::uint64_t value, int bytes) {
+    for (int i = 0; i < bytes; ++i)
+      out.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
+  };
+  auto header = [&](bool central) {
+    put(central ? 0x02014b50 : 0x04034b50, 4);
+    put(central ? 45 | 45 << 16 : 45, central ? 4 : 2); // versions made by and needed
+    put(0, 2);
+    put(Z_DEFLATED, 2);
+    put(0, 4);
+    put(crc32(0, content.data(), static_cast<uInt>(content.size())), 4);
+    put(zip64 ? 0xFFFFFFFF : data.size(), 4);
+    put(zip64 ? 0xFFFFFFFF : declared, 4);
+    put(5, 2);
+    put(zip64 ? 20 : 0, 2);
+    if (central)
+      put(0, 14); // comment, disk, attributes, local header at 0
+    out.insert(out.end(), {'a', '.', 'x', 'm', 'l'});
+    if (zip64) {
+      put(1, 2);
+      put(16, 2);
+      put(declared, 8);
+      put(data.size(), 8);
+    }
+  };
+  header(false);
+  out.insert(out.end(), data.begin(), data.end());
+  const std::size_t directory = out.size();
+  header(true);
+  const std::size_t directorySize = out.size() - directory;
+  put(0x06054b50, 4);
+  put(0, 4);
+  put(0x00010001, 4); // one entry
+  put(directorySize, 4);
+  put(directory, 4);
+  put(0, 2);
+  return out;
+}
+
+TEST(GenCPWire, UnzipTakesZip64AndRefusesWhatDoesNotMatchItsDeclaredSize) {
+  const std::string xml = "<RegisterDescription/>";
+  const Bytes text(xml.begin(), xml.end()), zeros(1 << 20);
+  const struct {
+    const char* what;
+    Bytes content;
+    std::uint64_t declared;
+    bool zip64, loads;
+  } cases[] = {
+      {"zip64", text, text.size(), true, true},
+      {"1 KB declaring 16 GiB", zeros, 16ull << 30, true, false},
+      {"1 KB declaring 60 MiB", zeros, 60u << 20, false, false},
+      {"more data than declared", zeros, 100, false, false},
+  };
+  for (const auto& c : cases) {
+    Bytes out;
+    EXPECT_EQ(GenCP::CMemoryZip::UnzipFirst(Archive(c.content, c.declared, c.zip64), out), c.loads)
+        << c.what;
+    EXPECT_EQ(out, c.loads ? c.content : Bytes()) << c.what;
+  }
 }
 
 TEST(GenCPWire, Sha1OfKnownTexts) {

@@ -63,6 +63,8 @@ TEST(VorlaClCommandLine, BadUsageIsStatusTwo) {
       {"info", "Width"},           // no words
       {"xml", "-o"},               // option without its value
       {"grab", "-n", "many"},      // not a number
+      {"grab", "-n", "%value%"},   // Boost.Program_options' own text would never end
+      {"grab", "--x%option%"},     // nor here
       {"grab", "--buffers", "0"},  // nothing to grab into
       {"watch", "--interval", "0"} // would spin
   };

@@ -42,4 +42,11 @@ expect "cannot write '$work/missing/f-0.png': No such file or directory"
 bind "Sapera Board=$board Channel=4" 3
 run 1 grab -n 1
 expect "no camera video on channel Board=$board Channel=4"
+# Texts from outside are never formats: printf conversions in the configuration, placeholders of
+# the option parser on the command line.
+bind "NI-IMAQ Board=%s%s%s%s%n Channel=3" 4
+run 1 grab -n 1
+expect "bad parameter 'Board=%s%s%s%s%n': Board takes a number from 0 to 4294967295"
+run 2 grab -n %value%
+expect "vorla-cl: grab: the argument ('%value%') for option '--count' is invalid"
 echo "vorla-cl grab: $passed passed, 0 failed"

@@ -1,9 +1,11 @@
+#include "HostileXml.h"
 #include "TestSupport.h"
 
 #include <VorlaBase/ConfigFileRegistry.h>
 #include <VorlaBase/TextFile.h>
 
 #include <Base/GCException.h>
+#include <GenApi/SafeXmlReader.h>
 
 #include <gtest/gtest.h>
 
@@ -146,6 +148,17 @@ TEST_F(ConfigFileRegistry, AMalformedFileIsAnErrorNamingFileLineAndColumn) {
   EXPECT_EQ(ErrorOf({}), "XML bindings file '" + File() +
                              "', line 1, column 14: the root element must be <XmlFileBindings>, "
                              "not <CLBindings>");
+}
+
+TEST_F(ConfigFileRegistry, EntitiesAndEndlessTextsAreRefusedNamingTheFile) {
+  for (const auto& trick :
+       testsupport::HostileXml(m_folder, GenApi::CSafeXmlReader::ConfigurationElementText)) {
+    std::ofstream(File()) << "<?xml version=\"1.0\"?>" << trick.doctype
+                          << "<XmlFileBindings><Binding><XmlFile>" << trick.text
+                          << "</XmlFile></Binding></XmlFileBindings>";
+    EXPECT_EQ(ErrorOf({}).rfind("XML bindings file '" + File() + "': " + trick.refusal, 0), 0u)
+        << trick.what << ": " << ErrorOf({});
+  }
 }
 
 TEST_F(ConfigFileRegistry, TextFilesAreReadWholeOrTheErrorNamesThePath) {

@@ -3,10 +3,12 @@
 #include "NameSuggester.h"
 #include "ToolError.h"
 
+#include <boost/algorithm/string/replace.hpp>
 #include <boost/program_options.hpp>
 
 #include <algorithm>
 #include <cstdint>
+#include <map>
 
 namespace VorlaCl {
 namespace po = boost::program_options;
@@ -26,6 +28,38 @@ SArity ArityOf(const std::string& verb) {
     return {0, 1};
   return {0, 0};
 }
+
+// Boost.Program_options fills the placeholders of its error templates ("%value%") again and
+// again until none is left, so a value that itself reads "%value%" never ends. The text is built
+// here in one pass instead: what came from the command line is inserted, never read as template.
+struct SUsageErrorText : po::error_with_option_name {
+  static std::string Of(const po::error& error) {
+    const auto* named = dynamic_cast<const po::error_with_option_name*>(&error);
+    if (!named)
+      return error.what();
+    std::map<std::string, std::string> values = named->*(&SUsageErrorText::m_substitutions);
+    values["canonical_option"] = named->get_option_name();
+    values["prefix"] = (named->*(&SUsageErrorText::get_canonical_option_prefix))();
+    std::string text = named->m_error_template;
+    for (const auto& [name, fallback] : named->*(&SUsageErrorText::m_substitution_defaults))
+      if (values[name].empty())
+        boost::algorithm::replace_all(text, fallback.first, fallback.second);
+    std::string out;
+    for (size_t i = 0; i < text.size();) {
+      const size_t close = text[i] == '%' ? text.find('%', i + 1) : std::string::npos;
+      const auto value = close == std::string::npos
+                             ? values.end()
+                             : values.find(text.substr(i + 1, close - i - 1));
+      if (value == values.end()) {
+        out += text[i++];
+      } else {
+        out += value->second;
+        i = close + 1;
+      }
+    }
+    return out;
+  }
+};
 
 } // namespace
 
@@ -78,7 +112,7 @@ CCommandLine::CCommandLine(int argc, const char* const* argv) {
     // The verb's words and options, in their order; the verb itself comes first.
     rest = po::collect_unrecognized(parsed.options, po::include_positional);
   } catch (const po::error& e) {
-    throw CToolError(ExitUsage, e.what());
+    throw CToolError(ExitUsage, SUsageErrorText::Of(e));
   }
   if (m_Help)
     return;
@@ -115,7 +149,7 @@ void CCommandLine::ParseVerb(const std::vector<std::string>& words) {
     po::store(po::command_line_parser(words).options(options).positional(positional).run(), values);
     po::notify(values);
   } catch (const po::error& e) {
-    throw CToolError(ExitUsage, m_Verb + ": " + e.what());
+    throw CToolError(ExitUsage, m_Verb + ": " + SUsageErrorText::Of(e));
   }
   const SArity arity = ArityOf(m_Verb);
   if (m_Names.size() < arity.min)

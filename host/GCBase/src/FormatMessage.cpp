@@ -1,5 +1,7 @@
+#include <Base/ForeignText.h>
 #include <Base/GCException.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -84,6 +86,59 @@ gcstring FormatMessageV(const char* format, va_list args) {
 #endif
   va_end(copy);
   return text;
+}
+
+gcstring FormatForeignText256(const char* text) {
+  if (!text)
+    return gcstring();
+  gcstring out;
+  for (const char* p = text; *p && out.size() < 255;) {
+    if (*p != '%') {
+      out += *p++;
+      continue;
+    }
+    const char* start = p++;
+    if (*p == '%') {
+      out += *p++;
+      continue;
+    }
+    // The directive's flags, width and precision as written; '*' would take an argument.
+    gcstring spec = "%";
+    bool readsArgument = false;
+    while (*p && std::strchr("-+ #0123456789.*", *p)) {
+      readsArgument = readsArgument || *p == '*';
+      spec += *p++;
+    }
+    // Length modifiers, Windows' "I64"/"I32" among them, only say what the missing argument was.
+    while (*p && std::strchr("hlLqjztI", *p)) {
+      if (*p == 'I' && (std::strncmp(p, "I64", 3) == 0 || std::strncmp(p, "I32", 3) == 0))
+        p += 2;
+      ++p;
+    }
+    const char conversion = *p;
+    char buffer[256];
+    int n = -1;
+#if defined(__GNUC__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+#endif
+    if (!readsArgument && conversion && std::strchr("diouxX", conversion))
+      n = std::snprintf(buffer, sizeof buffer, (spec + "ll" + conversion).c_str(), 0LL);
+    else if (!readsArgument && conversion && std::strchr("eEfFgGaA", conversion))
+      n = std::snprintf(buffer, sizeof buffer, (spec + conversion).c_str(), 0.0);
+#if defined(__GNUC__)
+#pragma GCC diagnostic pop
+#endif
+    if (conversion)
+      ++p;
+    if (n >= 0)
+      out.append(buffer, std::min<size_t>(static_cast<size_t>(n), sizeof buffer - 1));
+    else
+      out.append(start, static_cast<size_t>(p - start)); // harmless only as plain text
+  }
+  if (out.size() > 255)
+    out.resize(255);
+  return out;
 }
 
 gcstring FormatMessage256(const char* format, ...) {

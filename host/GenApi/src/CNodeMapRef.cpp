@@ -22,6 +22,35 @@ std::string ReadFile(const gcstring& path) {
   return text.str();
 }
 
+const char kCameraText[] = "the camera's GenApi description";
+const char kMergedText[] = "the GenApi description merged in";
+
+gcstring FileNamed(const gcstring& path) {
+  return "GenApi description '" + path + "'";
+}
+
+// A linked node map of a description and optionally a second one merged in; the names say in
+// messages where each text came from.
+std::shared_ptr<CNodeMap> Build(const gcstring& deviceName, const gcstring& xml,
+                                const gcstring& name, const gcstring* injectXml,
+                                const gcstring& injectName) {
+  auto map = std::make_shared<CNodeMap>(deviceName);
+  map->Reserve(xml.size() + (injectXml ? injectXml->size() : 0));
+  {
+    std::unique_ptr<CXercesScope> xerces;
+    try {
+      xerces = std::make_unique<CXercesScope>();
+    } catch (const xercesc::XMLException&) {
+      throw RUNTIME_EXCEPTION("Could not initialise the XML parser");
+    }
+    CXmlLoader(*map, 0).Parse(xml, name);
+    if (injectXml)
+      CXmlLoader(*map, 1).Parse(*injectXml, injectName);
+  }
+  map->Link();
+  return map;
+}
+
 } // namespace
 
 CNodeMapRef::CNodeMapRef(const gcstring& DeviceName) : m_DeviceName(DeviceName) {}
@@ -41,28 +70,15 @@ CNodeMapRef::~CNodeMapRef() = default;
 void CNodeMapRef::Load(const gcstring& xml, const gcstring* injectXml) {
   if (m_pMap)
     throw RUNTIME_EXCEPTION("DLL already loaded");
-  auto map = std::make_shared<CNodeMap>(m_DeviceName);
-  map->Reserve(xml.size() + (injectXml ? injectXml->size() : 0));
-  {
-    std::unique_ptr<CXercesScope> xerces;
-    try {
-      xerces = std::make_unique<CXercesScope>();
-    } catch (const xercesc::XMLException&) {
-      throw RUNTIME_EXCEPTION("Could not initialise the XML parser");
-    }
-    CXmlLoader(*map, 0).Parse(xml);
-    if (injectXml)
-      CXmlLoader(*map, 1).Parse(*injectXml);
-  }
-  map->Link();
-  m_pMap = std::move(map);
+  m_pMap = Build(m_DeviceName, xml, kCameraText, injectXml, kMergedText);
   _Ptr = m_pMap.get();
 }
 
 void CNodeMapRef::_LoadXMLFromFile(const gcstring& FileName) {
   if (m_pMap)
     throw RUNTIME_EXCEPTION("DLL already loaded");
-  Load(ReadFile(FileName), nullptr);
+  m_pMap = Build(m_DeviceName, ReadFile(FileName), FileNamed(FileName), nullptr, gcstring());
+  _Ptr = m_pMap.get();
 }
 
 void CNodeMapRef::_LoadXMLFromString(const gcstring& XmlText) {
@@ -77,7 +93,9 @@ void CNodeMapRef::_LoadXMLFromFileInject(const gcstring& FileName, const gcstrin
   if (m_pMap)
     throw RUNTIME_EXCEPTION("DLL already loaded");
   const std::string inject = ReadFile(InjectFileName);
-  Load(ReadFile(FileName), &inject);
+  m_pMap = Build(m_DeviceName, ReadFile(FileName), FileNamed(FileName), &inject,
+                 FileNamed(InjectFileName));
+  _Ptr = m_pMap.get();
 }
 
 void CNodeMapRef::_Destroy() {

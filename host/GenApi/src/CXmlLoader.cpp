@@ -19,15 +19,13 @@
 #include "CStringRegNode.h"
 #include "CSwissKnifeNode.h"
 
+#include <GenApi/SafeXmlReader.h>
+
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/sax/Locator.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/sax2/Attributes.hpp>
-#include <xercesc/sax2/SAX2XMLReader.hpp>
-#include <xercesc/sax2/XMLReaderFactory.hpp>
-#include <xercesc/util/SecurityManager.hpp>
 #include <xercesc/util/XMLString.hpp>
-#include <xercesc/util/XMLUni.hpp>
 
 namespace GenApi {
 
@@ -127,21 +125,14 @@ void CXmlLoader::fatalError(const SAXParseException& e) {
                           Transcoded(e.getMessage()).c_str());
 }
 
-void CXmlLoader::Parse(const std::string& xml) {
-  std::unique_ptr<SAX2XMLReader> reader(XMLReaderFactory::createXMLReader());
-  reader->setFeature(XMLUni::fgSAX2CoreValidation, false);
-  reader->setFeature(XMLUni::fgSAX2CoreNameSpaces, true);
-  reader->setFeature(XMLUni::fgXercesSchema, false);
-  reader->setFeature(XMLUni::fgXercesLoadExternalDTD, false);
-  SecurityManager security; // bounds entity expansion
-  reader->setProperty(XMLUni::fgXercesSecurityManager, &security);
-  reader->setContentHandler(this);
-  reader->setErrorHandler(this);
+void CXmlLoader::Parse(const std::string& xml, const std::string& name) {
+  CSafeXmlReader reader(name, CSafeXmlReader::DescriptionElementText,
+                        CSafeXmlReader::DescriptionDocumentText);
   MemBufInputSource source(reinterpret_cast<const XMLByte*>(xml.data()), xml.size(),
                            "GenApi description", false);
   m_Stack.clear();
   try {
-    reader->parse(source);
+    reader.Parse(source, *this, *this);
   } catch (const GenICam::GenericException&) {
     throw;
   } catch (const SAXException& e) {

@@ -18,8 +18,9 @@ class CNodeMap;
 class CXmlLoader : public xercesc::DefaultHandler {
 public:
   CXmlLoader(CNodeMap& map, int docIndex) : m_Map(map), m_DocIndex(docIndex) {}
-  //! Parses one document. Xerces must be initialised by the caller.
-  void Parse(const std::string& xml);
+  //! Parses one document; `name` says in messages where it came from. Xerces must be
+  //! initialised by the caller.
+  void Parse(const std::string& xml, const std::string& name);
 
   void startElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname,
                     const xercesc::Attributes& attrs) override;

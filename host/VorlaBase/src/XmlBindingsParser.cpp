@@ -1,18 +1,16 @@
 #include "XmlBindingsParser.h"
 
 #include <Base/GCException.h>
+#include <GenApi/SafeXmlReader.h>
 #include <GenApi/XercesScope.h>
 
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/sax2/Attributes.hpp>
-#include <xercesc/sax2/SAX2XMLReader.hpp>
-#include <xercesc/sax2/XMLReaderFactory.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 #include <xercesc/util/TransService.hpp>
 #include <xercesc/util/XMLException.hpp>
 #include <xercesc/util/XMLString.hpp>
-#include <xercesc/util/XMLUni.hpp>
 
 #include <boost/algorithm/string/trim.hpp>
 
@@ -48,7 +46,6 @@ gcstring Utf8(const XMLCh* text) {
 struct SParseFailure {
   gcstring message;
 };
-
 
 } // namespace
 
@@ -140,18 +137,14 @@ std::vector<SXmlBindingEntry> CXmlBindingsParser::Parse(const gcstring& path,
     } catch (const xercesc::XMLException&) {
       throw RUNTIME_EXCEPTION("Failed to initialize Xerces");
     }
-    std::unique_ptr<xercesc::SAX2XMLReader> reader(xercesc::XMLReaderFactory::createXMLReader());
-    // A local configuration file: no DTD, no external entities.
-    reader->setFeature(xercesc::XMLUni::fgSAX2CoreValidation, false);
-    reader->setFeature(xercesc::XMLUni::fgXercesLoadExternalDTD, false);
-    reader->setFeature(xercesc::XMLUni::fgXercesDisableDefaultEntityResolution, true);
-    reader->setContentHandler(&handler);
-    reader->setErrorHandler(&handler);
+    GenApi::CSafeXmlReader reader("XML bindings file '" + path + "'",
+                                  GenApi::CSafeXmlReader::ConfigurationElementText,
+                                  GenApi::CSafeXmlReader::ConfigurationDocumentText);
     xercesc::TranscodeFromStr systemId(reinterpret_cast<const XMLByte*>(path.c_str()),
                                        path.size() + 1, "UTF-8");
     xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(text.data()), text.size(),
                                       systemId.str());
-    reader->parse(source);
+    reader.Parse(source, handler, handler);
   } catch (const SParseFailure& failure) {
     throw RUNTIME_EXCEPTION("%s", failure.message.c_str());
   } catch (const xercesc::XMLException& e) {

@@ -3,6 +3,21 @@
 #include <sstream>
 
 namespace FrameGrabber {
+namespace {
+
+// The host reads an error text as a printf-style format: a '%' of the configuration must stay
+// a '%'.
+std::string Escaped(const std::string& text) {
+  std::string out;
+  for (const char c : text) {
+    out += c;
+    if (c == '%')
+      out += '%';
+  }
+  return out;
+}
+
+} // namespace
 
 bool CGrabberParameters::Parse(const char* text, std::string& error) {
   m_Board = m_Channel = 0;
@@ -20,7 +35,8 @@ bool CGrabberParameters::Parse(const char* text, std::string& error) {
     if (value.empty() || value.size() > 10 ||
         value.find_first_not_of("0123456789") != std::string::npos ||
         std::stoull(value) > UINT32_MAX) {
-      error = "bad parameter '" + token + "': " + key + " takes a number from 0 to 4294967295";
+      error =
+          "bad parameter '" + Escaped(token) + "': " + key + " takes a number from 0 to 4294967295";
       return false;
     }
     *target = static_cast<std::uint32_t>(std::stoull(value));
