@@ -12,7 +12,7 @@ cd "$(dirname "$0")/.."
 seconds=${1:-10}
 shift || true
 all=(genapi_description formula port_configuration device_id gencp_driver camsim_commands
-     format_message)
+     format_message cable_reader)
 harnesses=("$@")
 [ ${#harnesses[@]} -gt 0 ] || harnesses=("${all[@]}")
 
