@@ -21,8 +21,9 @@ const std::string& Name() {
   return name;
 }
 
-//! Whether [begin, end) lies in one mapping of this process's view of the cable.
-bool InCable(std::uintptr_t begin, std::uintptr_t end) {
+//! Whether [begin, end) lies in the first `size` bytes of a mapping of the cable. (The page
+//! beyond the cable's end is mapped too, and a camera may write there.)
+bool InCable(std::uintptr_t begin, std::uintptr_t end, std::size_t size) {
   std::FILE* maps = std::fopen("/proc/self/maps", "r");
   if (!maps)
     return true;
@@ -30,18 +31,18 @@ bool InCable(std::uintptr_t begin, std::uintptr_t end) {
   bool inside = false;
   while (!inside && std::fgets(line, sizeof line, maps)) {
     unsigned long low = 0, high = 0;
-    inside = std::sscanf(line, "%lx-%lx", &low, &high) == 2 && low <= begin && end <= high &&
-             std::strstr(line, Name().c_str());
+    inside = std::sscanf(line, "%lx-%lx", &low, &high) == 2 && low <= begin &&
+             end <= std::min<std::uintptr_t>(high, low + size) && std::strstr(line, Name().c_str());
   }
   std::fclose(maps);
   return inside;
 }
 
-void CheckFrame(const CCableReader::SFrame& frame) {
+void CheckFrame(const CCableReader::SFrame& frame, std::size_t size) {
   const auto slot = reinterpret_cast<std::uintptr_t>(frame.m_pSlot);
   const auto data = reinterpret_cast<std::uintptr_t>(frame.m_pData);
-  if (slot % SlotAlignment || data != slot + SlotDataOffset || frame.m_Info.m_Size > MaxSlotCapacity ||
-      !InCable(slot, data + frame.m_Info.m_Size))
+  if (slot % SlotAlignment || data != slot + SlotDataOffset ||
+      frame.m_Info.m_Size > MaxSlotCapacity || !InCable(slot, data + frame.m_Info.m_Size, size))
     __builtin_trap();
 }
 
@@ -49,8 +50,8 @@ void CheckFrame(const CCableReader::SFrame& frame) {
 
 // Input: two bytes of size (in 64-byte units), a byte of flags (bit 0: keep the camera's
 // process, heartbeat and magic as given instead of a live camera's), the cable's first bytes,
-// and after a 0xFF 0xFE marker a series of writes (two bytes of offset, eight of value), each
-// followed by a look for a frame.
+// and after a 0xFF 0xFE marker a series of writes (two bytes of offset into the mapped pages,
+// eight of value), each followed by a look for a frame.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 3)
     return 0;
@@ -62,6 +63,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   CCableSegment cable;
   cable.Create(Name(), cableSize);
   auto* base = static_cast<std::uint8_t*>(cable.Address());
+  const std::size_t mapped = (cableSize + 4095) / 4096 * 4096; // whole pages
   std::memcpy(base, data, std::min<std::size_t>(split - data, cableSize));
   auto* header = reinterpret_cast<SCableHeader*>(base);
   if (!raw && cableSize >= sizeof(SCableHeader)) {
@@ -77,15 +79,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     CCableReader::SFrame held;
     for (int round = 0; round < 64; ++round) {
       if (data + size - op >= 10) {
-        const std::size_t at = (op[0] << 8 | op[1]) % cableSize / 8 * 8;
-        if (at + 8 <= cableSize)
-          std::memcpy(base + at, op + 2, 8);
+        const std::size_t at = (op[0] << 8 | op[1]) % mapped / 8 * 8;
+        std::memcpy(base + at, op + 2, 8);
         op += 10;
       }
       CCableReader::SFrame frame;
       if (reader.Next(std::chrono::milliseconds(0), cancel, frame) != CCableReader::EResult::Frame)
         break;
-      CheckFrame(frame);
+      CheckFrame(frame, cableSize);
       // Keep one frame claimed for a while, as a slow grabber would.
       if (!held.m_pSlot && round % 2)
         held = frame;
