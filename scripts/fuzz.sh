@@ -12,7 +12,8 @@ cd "$(dirname "$0")/.."
 seconds=${1:-10}
 shift || true
 all=(genapi_description formula port_configuration device_id gencp_driver camsim_commands
-     format_message stream_frame bindings_file zipped_description vorla_cl_command_line)
+     format_message stream_frame bindings_file zipped_description vorla_cl_command_line
+     cable_reader)
 harnesses=("$@")
 [ ${#harnesses[@]} -gt 0 ] || harnesses=("${all[@]}")
 

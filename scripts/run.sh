@@ -10,7 +10,10 @@ cd "$(dirname "$0")/.."
 bin=$PWD/build/default/bin
 
 work=$(mktemp -d)
-coproc CAMSIM { exec "$bin/vorla-camsim" --serial HX0001 --model HX1300; }
+# A video cable of this run's own (board = this script's process id), so that another simulator
+# on the default channel (another run, a test) is never grabbed from by mistake.
+board=$$
+coproc CAMSIM { exec "$bin/vorla-camsim" --serial HX0001 --model HX1300 --board "$board"; }
 camsim=$CAMSIM_PID # bash forgets CAMSIM_PID once the process has ended
 trap 'kill "$camsim" 2>/dev/null || true; wait "$camsim" 2>/dev/null || true; rm -rf "$work"' EXIT
 read -r -t 10 pty <&"${CAMSIM[0]}"
@@ -18,8 +21,9 @@ echo "== camera simulator on $pty"
 
 # The tty serial library names the port "TTY#<device without /dev/>".
 port="TTY#${pty#/dev/}"
-sed "s|TTY#ttyS0|$port|" examples/PortConfiguration_x64.xml >"$work/PortConfiguration_x64.xml"
-echo "== port configuration enabling $port in $work"
+sed -e "s|TTY#ttyS0|$port|" -e "s|Board=0 Channel=0|Board=$board Channel=0|" \
+  examples/PortConfiguration_x64.xml >"$work/PortConfiguration_x64.xml"
+echo "== port configuration enabling $port (video on Board=$board) in $work"
 
 export VORLA_CL_BINDINGS=$work CLSERTTY_PORTS=$pty
 echo "== transport layers"

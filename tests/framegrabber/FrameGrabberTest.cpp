@@ -4,10 +4,12 @@
 
 #include <camsim/TestPattern.h>
 #include <platform/DynamicLibrary.h>
+#include <videocable/CableWriter.h>
 #include <vorla/IFrameGrabber.h>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <condition_variable>
 #include <map>
 #include <mutex>
@@ -263,6 +265,45 @@ TEST_P(FrameGrabber, FailuresCarryTheirReason) {
   char small[5];
   EXPECT_EQ(m_Grabber->GetLastErrorText(small, sizeof small), 4u);
   EXPECT_STREQ(small, "no c");
+}
+
+// Frame descriptions from the cable size nothing before they add up: lines x length is the
+// frame, and a pitched copy stays near its frame. Each case is followed by a good frame, which
+// shows that the grabber went on.
+TEST_P(FrameGrabber, FramesWhoseLinesDoNotAddUpAreSkipped) {
+  struct SCase {
+    std::uint32_t m_LineLength, m_Lines;
+    std::uint64_t m_Size;
+    bool m_Pitched, m_Contiguous; //!< delivered by a grabber of that layout
+  } const cases[] = {
+      {1, 1u << 20, 1u << 20, false, true}, // a pitched copy would take 256 MiB
+      {0, 0x7FFFFFFF, 0, false, false},
+      {16, 4, 100, false, false},
+      {4096, 256, 1u << 20, true, true},
+  };
+  VideoCable::CCableWriter cable(VideoCable::CableName(VideoOptions(7).m_VideoBoard, 7), 3,
+                                 1u << 20);
+  ASSERT_TRUE(m_Grabber->Open(Parameters(7).c_str(), &m_Callee)) << ErrorText();
+  ASSERT_TRUE(m_Grabber->StartGrab()) << ErrorText();
+  std::uint64_t number = 0;
+  for (const SCase& c : cases) {
+    VideoCable::SFrameInfo info;
+    info.m_LineLength = c.m_LineLength;
+    info.m_Height = c.m_Lines;
+    info.m_Size = c.m_Size;
+    const auto tested = static_cast<std::int32_t>(info.m_FrameNumber = ++number);
+    ASSERT_TRUE(cable.Send(info, [](std::uint8_t*) {}));
+    info = VideoCable::SFrameInfo{++number, 0, 256, 64, 0, 0, Mono8, 256, 256 * 64};
+    ASSERT_TRUE(cable.Send(info, [](std::uint8_t*) {}));
+    ASSERT_TRUE(m_Callee.WaitFor([&] {
+      return !m_Callee.m_Frames.empty() && m_Callee.m_Frames.back().m_FrameValue == tested + 1;
+    }));
+    std::lock_guard<std::mutex> lock(m_Callee.m_Mutex);
+    const bool delivered = std::any_of(m_Callee.m_Frames.begin(), m_Callee.m_Frames.end(),
+                                       [&](const auto& d) { return d.m_FrameValue == tested; });
+    EXPECT_EQ(delivered, GetParam().m_Pitched ? c.m_Pitched : c.m_Contiguous) << tested;
+  }
+  EXPECT_EQ(ErrorText(), "frame 5 skipped: its 4 lines of 16 bytes are not its 100 bytes");
 }
 
 INSTANTIATE_TEST_SUITE_P(Plugins, FrameGrabber,

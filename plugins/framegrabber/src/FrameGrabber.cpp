@@ -1,5 +1,6 @@
 #include "FrameGrabber.h"
 
+#include <algorithm>
 #include <cstring>
 #include <map>
 
@@ -20,6 +21,9 @@ const char* const NodeNames[] = {"Width", "Height", "PixelFormat", "ClPixelClock
 // between checks that the camera it reads from still runs.
 constexpr milliseconds RetryInterval{200};
 constexpr std::uint64_t PitchAlignment = 256;
+// A pitched copy may take twice its frame (lines of 256 bytes or more take less), and any
+// frame this much: room for narrow pictures, never the 256-fold of 1-byte lines of a big one.
+constexpr std::uint64_t PitchedFloor = std::uint64_t(64) << 20;
 
 } // namespace
 
@@ -205,10 +209,24 @@ void CFrameGrabber::Deliver() {
 
 void CFrameGrabber::DeliverFrame(const VideoCable::CCableReader::SFrame& frame) {
   const VideoCable::SFrameInfo& info = frame.m_Info;
-  // What another process wrote is checked before it sizes a copy.
+  // What another process wrote bounds nothing before it is checked: line length x line count
+  // is the frame, which the reader has bounded by its slot; the pitched copy by the frame.
+  const std::uint64_t pitch = (info.m_LineLength / PitchAlignment + 1) * PitchAlignment;
+  std::string refused;
   if (info.m_LineLength == 0 || info.m_Height == 0 || info.m_Height > INT32_MAX ||
       std::uint64_t(info.m_LineLength) * info.m_Height != info.m_Size)
+    refused = " lines of " + std::to_string(info.m_LineLength) + " bytes are not its " +
+              std::to_string(info.m_Size) + " bytes";
+  else if (m_Layout == ELineLayout::Pitched &&
+           pitch * info.m_Height > std::max(2 * info.m_Size, PitchedFloor))
+    refused = " lines of " + std::to_string(info.m_LineLength) + " bytes would take " +
+              std::to_string(pitch * info.m_Height) + " bytes at a pitch of " +
+              std::to_string(pitch);
+  if (!refused.empty()) {
+    Fail("frame " + std::to_string(info.m_FrameNumber) + " skipped: its " +
+         std::to_string(info.m_Height) + refused);
     return;
+  }
   Vorla::FrameDescriptor descriptor{};
   descriptor.m_LineCount = static_cast<int32_t>(info.m_Height);
   descriptor.m_LineLength = info.m_LineLength;
@@ -219,7 +237,6 @@ void CFrameGrabber::DeliverFrame(const VideoCable::CCableReader::SFrame& frame) 
     descriptor.m_pData = frame.m_pData;
   } else {
     // Each line starts on an aligned boundary and is followed by its number in the gap.
-    const std::uint64_t pitch = (info.m_LineLength / PitchAlignment + 1) * PitchAlignment;
     m_Lines.resize(pitch * info.m_Height);
     for (std::uint32_t y = 0; y < info.m_Height; ++y) {
       std::uint8_t* line = m_Lines.data() + pitch * y;
