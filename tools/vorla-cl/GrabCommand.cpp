@@ -1,4 +1,5 @@
 #include "GrabCommand.h"
+#include "CameraSelector.h"
 #include "FramePathPattern.h"
 #include "GrabProgress.h"
 #include "Interruption.h"
@@ -134,11 +135,13 @@ int Grab(Vorla::IVorlaDevice& device, const SGrabOptions& options) {
   if (payload <= 0 || payload > MaxPayloadSize)
     return Fail("the camera's PayloadSize " + std::to_string(payload) + " is outside 1 to " +
                 std::to_string(MaxPayloadSize) + " bytes");
-  if (device.GetNumStreamGrabberChannels() == 0)
+  Vorla::gcstring grabber;
+  if (!device.GetDeviceInfo().GetPropertyValue("DeviceSpecificString", grabber) ||
+      grabber.empty() || device.GetNumStreamGrabberChannels() == 0)
     return Fail(NoStreamReason(device));
   // Written into every picture: what the frame is and which camera took it.
   const std::string pixelFormat = NodeText(camera, "PixelFormat");
-  const std::string serial = device.GetDeviceInfo().GetSerialNumber().c_str();
+  const std::string serial = CCameraSelector::SerialNumberOf(device.GetDeviceInfo());
 
   std::vector<std::vector<uint8_t>> buffers(options.m_Buffers,
                                             std::vector<uint8_t>(static_cast<size_t>(payload)));
