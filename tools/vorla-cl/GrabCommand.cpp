@@ -48,8 +48,9 @@ struct SCleanup {
   bool m_Prepared = false;
   bool m_Started = false;
 
-  // The stream grabber's states decide the order: acquisition stopped, the grab finished (its
-  // queued buffers come back cancelled and are retrieved), buffers deregistered, then closed
+  // The stream grabber's states decide the order: acquisition stopped; queued buffers taken
+  // back and every result retrieved while the grab is prepared (a retrieval puts the grabber
+  // back into that state); the grab finished (parameters unlocked); buffers deregistered; closed
   // with none left, so Close finds the state it expects.
   ~SCleanup() {
     const auto quietly = [](auto&& step) {
@@ -64,13 +65,13 @@ struct SCleanup {
       return;
     if (m_Prepared) {
       quietly([&] { m_pStream->CancelGrab(); });
+      quietly([&] {
+        Vorla::GrabResult result;
+        while (m_pStream->RetrieveResult(result)) {
+        }
+      });
       quietly([&] { m_pStream->FinishGrab(); });
     }
-    quietly([&] {
-      Vorla::GrabResult result;
-      while (m_pStream->RetrieveResult(result)) {
-      }
-    });
     for (Vorla::StreamBufferHandle h : m_Handles)
       quietly([&] { m_pStream->DeregisterBuffer(h); });
     quietly([&] { m_pStream->Close(); });
