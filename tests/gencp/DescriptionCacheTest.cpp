@@ -107,7 +107,7 @@ TEST_F(GenCPDescriptionCache, CameraWithoutHashIsNeverCached) {
 TEST_F(GenCPDescriptionCache, DamagedEntryIsReplacedWithOneWarning) {
   Open(Plain());
   const fs::path entry = fs::directory_iterator(m_Dir)->path();
-  for (const std::string damage : {std::string("garbage"), std::string()}) {
+  for (const char* damage : {"garbage", ""}) {
     std::ofstream(entry, std::ios::trunc) << damage;
     g_Warnings.clear();
     EXPECT_GT(Open(Plain()), 0u);
