@@ -6,7 +6,8 @@ set -euo pipefail
 bin=$1
 limit=0.4
 work=$(mktemp -d)
-coproc CAMSIM { exec "$bin/vorla-camsim" --pace --ignore-stdin 2>/dev/null; }
+# A camera that goes no faster than 115200 baud, bytes taking their time on the line.
+coproc CAMSIM { exec "$bin/vorla-camsim" --pace --baud-rates 0x11 --ignore-stdin 2>/dev/null; }
 camsim=$CAMSIM_PID
 trap 'kill "$camsim" 2>/dev/null || true; wait 2>/dev/null || true; rm -rf "$work"' EXIT
 read -r -t 10 pty <&"${CAMSIM[0]}"
