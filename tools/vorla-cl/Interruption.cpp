@@ -33,14 +33,14 @@ void CInterruption::Arrived(int signal) {
   if (!m_Signal.compare_exchange_strong(none, signal))
     std::_Exit(128 + signal); // the second: the user means it
   // Held while the handler runs, so that a scope ending meanwhile waits for it.
-  std::lock_guard<std::mutex> guard(m_Lock);
+  const Vorla::Platform::CLockGuard<Vorla::Platform::CMutex> guard(m_Lock);
   if (!m_Handler)
     std::_Exit(128 + signal); // nothing to undo: nothing the command set up holds the camera
   m_Handler();
 }
 
 void CInterruption::SetHandler(std::function<void()> handler) {
-  std::lock_guard<std::mutex> guard(m_Lock);
+  const Vorla::Platform::CLockGuard<Vorla::Platform::CMutex> guard(m_Lock);
   m_Handler = std::move(handler);
 }
 

@@ -3,10 +3,10 @@
 // ends the process at once.
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/signal_set.hpp>
+#include <platform/Mutex.h>
 
 #include <atomic>
 #include <functional>
-#include <mutex>
 #include <thread>
 
 namespace VorlaCl {
@@ -43,15 +43,17 @@ public:
 
 private:
   void Arm();
-  void Arrived(int signal);
-  void SetHandler(std::function<void()> handler);
+  void Arrived(int signal) VORLA_EXCLUDES(m_Lock);
+  void SetHandler(std::function<void()> handler) VORLA_EXCLUDES(m_Lock);
 
   static std::atomic<CInterruption*> s_Current;
   boost::asio::io_context m_Io;
   boost::asio::signal_set m_Signals;
   std::atomic<int> m_Signal{0};
-  std::mutex m_Lock; // guards m_Handler, held while it runs; the handler takes no lock of ours
-  std::function<void()> m_Handler;
+  // Owned by this object; held while the handler runs, first in the product's lock order (the
+  // handler cancels a grab, taking the stream grabber's lock).
+  Vorla::Platform::CMutex m_Lock;
+  std::function<void()> m_Handler VORLA_GUARDED_BY(m_Lock);
   std::thread m_Thread;
 };
 
