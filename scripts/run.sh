@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Sets up, builds and runs the main job: a simulated Camera Link camera on a pseudo-terminal,
 # a port configuration that enables that port, `vorla-cl list` finding the camera, then the
-# camera opened: its info, a feature set and read back, its description saved, and three pictures
-# grabbed through the frame-grabber plug-in into PNG files.
+# camera opened: its info, again with its description from the cache, a feature set and read
+# back, its description saved, and three pictures grabbed through the frame-grabber plug-in into
+# PNG files.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 ./scripts/setup.sh
@@ -25,12 +26,15 @@ sed -e "s|TTY#ttyS0|$port|" -e "s|Board=0 Channel=0|Board=$board Channel=0|" \
   examples/PortConfiguration_x64.xml >"$work/PortConfiguration_x64.xml"
 echo "== port configuration enabling $port (video on Board=$board) in $work"
 
-export VORLA_CL_BINDINGS=$work CLSERTTY_PORTS=$pty
+# The description cache of this run lives and dies with it.
+export VORLA_CL_BINDINGS=$work CLSERTTY_PORTS=$pty VORLA_DESCRIPTION_CACHE=$work/descriptions
 echo "== transport layers"
 "$bin/vorla-cl" tls
 echo "== cameras"
 "$bin/vorla-cl" list -v
 echo "== the camera, opened"
+"$bin/vorla-cl" -c HX0001 info
+echo "== the camera again: its description now comes from the cache, not the serial line"
 "$bin/vorla-cl" -c HX0001 info
 echo "== a feature set and read back"
 "$bin/vorla-cl" -c HX0001 set Width=640

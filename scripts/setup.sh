@@ -6,7 +6,7 @@
 set -euo pipefail
 packages=(g++ cmake ninja-build pkg-config libxerces-c-dev libboost-dev libboost-thread-dev
           libboost-program-options-dev zlib1g-dev libminizip-dev libpng-dev nettle-dev libgtest-dev
-          libgmock-dev libbenchmark-dev)
+          libgmock-dev libbenchmark-dev nlohmann-json3-dev)
 for extra in "$@"; do
   case "$extra" in
     clang) packages+=(clang) ;;

@@ -4,7 +4,9 @@
 // - opening: CreateDevice (connect, downloaded description) and Open (baud rates): elapsed / wire
 //   time, limit 1.1;
 // - reading a cached feature: serial commands per read, limit 0;
-// - an uncached 4-byte read: commands per read (limit 1) and elapsed / wire time, limit 1.1.
+// - an uncached 4-byte read: commands per read (limit 1) and elapsed / wire time, limit 1.1;
+// - opening a known camera whose description the GenCP driver's cache holds: elapsed against
+//   the same open with the cache off, limit 0.05.
 #include "VorlaCLSerTl.h"
 
 #include <camsim/CameraModel.h>
@@ -26,6 +28,7 @@
 namespace {
 
 constexpr double TimeLimit = 1.1;
+constexpr double CachedOpenLimit = 0.05;
 constexpr std::uint32_t LineRates = CL_BAUDRATE_9600 | CL_BAUDRATE_115200;
 
 using Seconds = std::chrono::duration<double>;
@@ -44,6 +47,8 @@ public:
         << "<CLBindings><Port><ID>Loopback#" << camsim::CLoopbackBus::PortName(0)
         << "</ID><Enabled>yes</Enabled><BaudRate>Baud115200</BaudRate></Port></CLBindings>\n";
     vxlog::LogSetFilter("512"); // quiet
+    // The other benchmarks measure downloads: no cache unless one asks for it.
+    ::setenv("VORLA_DESCRIPTION_CACHE", "off", 1);
     camsim::SCameraOptions options;
     options.m_Pace = true;
     options.m_SupportedBaudBits = LineRates;
@@ -149,8 +154,57 @@ void ReadFeaturesAt115200(benchmark::State& state) {
   tl.DestroyDevice(device);
 }
 
+// A transport layer of its own (no port or description kept from before), enumeration,
+// creation (the description) and opening, timed from creation on.
+double TimedOpen() {
+  Vorla::CVorlaCLSerTl tl;
+  Vorla::DeviceInfoList list;
+  if (tl.EnumerateDevices(list) != 1)
+    return -1;
+  const auto start = std::chrono::steady_clock::now();
+  Vorla::IVorlaDevice* device = tl.CreateDevice(list[0]);
+  device->Open(Vorla::Control);
+  const double elapsed = Seconds(std::chrono::steady_clock::now() - start).count();
+  device->Close();
+  tl.DestroyDevice(device);
+  return elapsed;
+}
+
+void OpenKnownCameraFromDescriptionCache(benchmark::State& state) {
+  CRig rig;
+  char pattern[] = "/tmp/vorla-bench-cache-XXXXXX";
+  const std::string cache = ::mkdtemp(pattern);
+  ::setenv("VORLA_DESCRIPTION_CACHE", "off", 1);
+  const double uncached = TimedOpen();
+  ::setenv("VORLA_DESCRIPTION_CACHE", cache.c_str(), 1);
+  TimedOpen(); // the first open with the cache fills it
+  double cached = 0, count = 0;
+  for (auto _ : state) {
+    cached += TimedOpen();
+    count += 1;
+  }
+  ::setenv("VORLA_DESCRIPTION_CACHE", "off", 1);
+  std::error_code ec;
+  std::filesystem::remove_all(cache, ec);
+  if (uncached <= 0 || cached < 0) {
+    state.SkipWithError("no camera found");
+    return;
+  }
+  const double ratio = cached / count / uncached;
+  state.counters["cached_per_uncached"] = ratio;
+  state.counters["limit"] = CachedOpenLimit;
+  std::printf("open of a known camera at 115200: cached %.3f s / uncached %.3f s = %.3f "
+              "(limit %.2f) %s\n",
+              cached / count, uncached, ratio, CachedOpenLimit,
+              ratio <= CachedOpenLimit ? "ok" : "OVER");
+}
+
 } // namespace
 
+BENCHMARK(OpenKnownCameraFromDescriptionCache)
+    ->Iterations(5)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 BENCHMARK(OpenCameraAt115200)->Iterations(3)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(ReadFeaturesAt115200)->Iterations(50)->Unit(benchmark::kMillisecond)->UseRealTime();
 

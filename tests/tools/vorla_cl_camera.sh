@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # vorla-cl's camera commands against a simulated camera on a pseudo-terminal: selection, info,
-# features, get, set, xml, and watch reporting the camera's removal.
+# features, get, set, xml, JSON output, the description cache, and watch reporting the camera's
+# removal.
 # Usage: vorla_cl_camera.sh <bin folder>
 set -euo pipefail
 bin=$1
@@ -11,10 +12,17 @@ echo "<Bindings><Port><ID>$port</ID><Enabled>yes</Enabled></Port></Bindings>" \
 export VORLA_CL_BINDINGS=$work
 
 # Every way of naming the camera reaches it; the lookup's refusals come through as it words them.
+# The first open downloads the description, the others take it from the cache.
 for camera in 0 SN42 "Hexmar HX2000 on $port" "PortID=$port"; do
   run 0 -c "$camera" info
   expect_line "^DeviceSerialNumber\s+SN42$"
+  if [ "$camera" = 0 ]; then
+    ! grep -q "description cache" <<<"$out" || fail "the first open found a cache: $out"
+  else
+    expect_line "^Description\s+from the description cache$"
+  fi
 done
+[ "$(ls "$VORLA_DESCRIPTION_CACHE")" ] || fail "nothing cached"
 run 0 --first info
 expect_line "^Port\s+\Q$port\E$"
 run 1 -c SN43 info
@@ -50,10 +58,28 @@ run 1 set Width=abc
 expect "vorla-cl: Cannot set 'Width' to 'abc'"
 
 run 0 xml -o "$work/camera.xml"
-expect "Saved the description of 'Hexmar HX2000 on $port'"
+expect "Saved the description of 'Hexmar HX2000 on $port' (24"
+expect "bytes, from the description cache) to"
+VORLA_DESCRIPTION_CACHE=off run 0 xml -o "$work/camera.xml"
+expect "bytes, from the camera) to"
 grep -q "<RegisterDescription" "$work/camera.xml" || fail "no description saved"
 run 1 xml -o "$work/no/such/folder/camera.xml"
-expect "vorla-cl: Cannot write '$work/no/such/folder/camera.xml'"
+expect "vorla-cl: Cannot write '$work/no/such/folder/camera.xml': No such file or directory"
+run 1 xml -o /dev/full
+expect "vorla-cl: Cannot write to '/dev/full': No space left on device"
+out=$("$bin/vorla-cl" xml 2>&1 >/dev/full) && fail "xml to a full standard output succeeded"
+expect "vorla-cl: Cannot write to standard output: No space left on device"
+
+# A grab's lock on the camera is explained; unlocking frees it.
+run 0 set TLParamsLocked=1
+run 1 set Width=32
+expect "'Width' is not writable (access mode RO): a grab holds the camera (TLParamsLocked = 1); end the grab, or free the camera with 'vorla-cl set TLParamsLocked=0'"
+run 0 set TLParamsLocked=0 Width=32
+
+for verb in list info features "features Width" "get Width PixelFormat"; do
+  json $verb
+done
+[ "$(jq -r .Width <<<"$out")" = 32 ] || fail "get --json: $out"
 
 # watch reads until the simulator goes away, then reports the removal.
 mkfifo "$work/watch"

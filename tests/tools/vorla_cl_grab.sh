@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # vorla-cl grab through the whole product: a simulated camera on a pseudo-terminal with its video
-# on a cable of its own, both frame-grabber plug-ins, PNG files, and the explanations on failure.
+# on a cable of its own, both frame-grabber plug-ins, PNG files with the frame's metadata, JSON,
+# interruption by a signal, and the explanations on failure.
 # Usage: vorla_cl_grab.sh <bin folder>
 set -euo pipefail
 bin=$1
@@ -24,6 +25,9 @@ expect "5 frames grabbed"
 [ "$(ls "$work/png")" = "$(printf 'f-%03d.png\n' 0 1 2 3 4)" ] || fail "files: $(ls "$work/png")"
 for f in "$work"/png/*.png; do
   [ "$(head -c 8 "$f" | od -An -tx1 | tr -d ' ')" = 89504e470d0a1a0a ] || fail "$f is no PNG"
+  for text in FrameNumber TimeStamp PixelFormat.Mono8 SerialNumber.SN7; do
+    grep -qa "tEXt$text" "$f" || fail "$f has no $text"
+  done
 done
 passed=$((passed + 1))
 
@@ -33,8 +37,18 @@ run 0 grab -n 2 -o "$work/png/rgb.png"
 [ -s "$work/png/rgb-0.png" ] && [ -s "$work/png/rgb-1.png" ] || fail "no RGB pictures"
 passed=$((passed + 1))
 bind "NI-IMAQ Board=$board Channel=3" 2
-run 0 grab -n 3
+run 0 grab -n 3 -v
+expect_line "^frame \d+  time stamp \d+  grabbed$"
 expect "3 frames grabbed"
+json grab -n 2
+[ "$(jq .grabbed <<<"$out")" = 2 ] || fail "grab --json: $out"
+
+# A signal ends grab, watch and xml (this one while it downloads) cleanly: the camera is unlocked
+# and idle for the next command.
+interrupt INT 130 grab -n 100000 -v
+interrupt TERM 143 grab -n 100000 -v
+interrupt INT 130 watch Width --interval 5000
+VORLA_DESCRIPTION_CACHE=off interrupt INT 130 --log 16 xml
 
 # Failures say why and leave nothing behind.
 run 1 grab -n 1 -o "$work/missing/f.png"
@@ -49,4 +63,9 @@ run 1 grab -n 1
 expect "bad parameter 'Board=%s%s%s%s%n': Board takes a number from 0 to 4294967295"
 run 2 grab -n %value%
 expect "vorla-cl: grab: the argument ('%value%') for option '--count' is invalid"
+echo "<Bindings><Port><ID>$port</ID><Enabled>yes</Enabled></Port></Bindings>" \
+  >"$work/PortConfiguration_x64.xml"
+touch -d "+4 seconds" "$work/PortConfiguration_x64.xml"
+run 1 grab -n 1
+expect "names no frame grabber; give that <Port> a <Manufacturer>Hexmar</Manufacturer> and a <DeviceSpecificString>"
 echo "vorla-cl grab: $passed passed, 0 failed"

@@ -40,6 +40,14 @@ grep -qP "^0\tHexmar HX2000 on \Q$port\E\tport \Q$port\E\tmodel HX2000\tserial S
 grep -qP "^\s+DeviceClass\s+HexmarCameraLink$" <<<"$out" || fail "no record with -v: $out"
 passed=$((passed + 2))
 
+# A port another process holds.
+flock "$pty" sleep 60 &
+holder=$!
+until grep -q "FLOCK.* $holder " /proc/locks; do sleep 0.1; done
+run 1 list
+expect "vorla-cl: No camera answered: port $port is in use by another process (pid $holder)."
+pkill -P "$holder" && wait "$holder" || true # its sleep, then flock itself ends
+
 # A camera that never answers.
 mkfifo "$work/mute"
 exec 4<>"$work/mute"

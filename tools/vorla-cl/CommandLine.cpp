@@ -78,8 +78,10 @@ const char* CCommandLine::Usage() {
          "                          without -o)\n"
          "  watch [NAME] [--interval MS] [-n N]\n"
          "                          read a feature every second until the camera goes away\n"
-         "  grab [-n N] [-o PATTERN] [--buffers K] [--timeout MS]\n"
-         "                          grab N images\n"
+         "  grab [-n N] [-o PATTERN] [--buffers K] [--timeout MS] [-v]\n"
+         "                          grab N images (-v: a line per frame with its number,\n"
+         "                          time stamp and status)\n"
+         "  list, info, features, get and grab take --json: one JSON document instead of text\n"
          "options:\n"
          "  -c, --camera CAMERA     the camera: index in 'list', serial number, full name,\n"
          "                          friendly name, or a record Key=Value[,Key=Value] that the\n"
@@ -89,7 +91,11 @@ const char* CCommandLine::Usage() {
          "  --log LEVEL             show the log from LEVEL on (16, 32, 64, 128, 256) on\n"
          "                          standard error, or filters as in VORLA_LOG\n"
          "  -h, --help              this text\n"
-         "exit status: 0 success, 1 failure (one line on standard error says why), 2 bad usage\n";
+         "exit status: 0 success, 1 failure (one line on standard error says why), 2 bad usage,\n"
+         "  130/143 ended by SIGINT/SIGTERM (grab and watch first clean up; a second signal ends\n"
+         "  at once)\n"
+         "environment: VORLA_LOG (as --log), VORLA_DESCRIPTION_CACHE (the description cache's\n"
+         "  folder, or 'off')\n";
 }
 
 CCommandLine::CCommandLine(int argc, const char* const* argv) {
@@ -117,7 +123,7 @@ CCommandLine::CCommandLine(int argc, const char* const* argv) {
   if (m_Help)
     return;
   if (m_Verb.empty())
-    throw CToolError(ExitUsage, "no command given; see 'vorla-cl --help'");
+    throw CToolError(ExitUsage, "no command given");
   if (std::find(kVerbs.begin(), kVerbs.end(), m_Verb) == kVerbs.end())
     throw CToolError(ExitUsage, "unknown command '" + m_Verb + "'" +
                                     CNameSuggester(kVerbs).DidYouMean(m_Verb));
@@ -129,9 +135,12 @@ CCommandLine::CCommandLine(int argc, const char* const* argv) {
 void CCommandLine::ParseVerb(const std::vector<std::string>& words) {
   po::options_description options;
   options.add_options()("name", po::value(&m_Names));
-  if (m_Verb == "list")
+  if (m_Verb == "list" || m_Verb == "grab")
     options.add_options()("verbose,v", po::bool_switch(&m_Verbose));
-  else if (m_Verb == "features")
+  if (m_Verb == "list" || m_Verb == "info" || m_Verb == "features" || m_Verb == "get" ||
+      m_Verb == "grab")
+    options.add_options()("json", po::bool_switch(&m_Json));
+  if (m_Verb == "features")
     options.add_options()("all", po::bool_switch(&m_All));
   else if (m_Verb == "xml")
     options.add_options()("output,o", po::value(&m_Output));

@@ -21,7 +21,8 @@ public:
   bool m_First = false; // --first
   std::string m_Verb;
 
-  bool m_Verbose = false;           // list -v
+  bool m_Verbose = false;           // list -v, grab -v
+  bool m_Json = false;              // --json of list, info, features, get, grab
   bool m_All = false;               // features --all
   std::vector<std::string> m_Names; // features NAME, get NAME..., set NAME=VALUE..., watch NAME
   std::string m_Output;             // xml -o, grab -o

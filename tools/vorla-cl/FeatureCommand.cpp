@@ -3,6 +3,8 @@
 #include "NameSuggester.h"
 #include "ToolError.h"
 
+#include <nlohmann/json.hpp>
+
 #include <cstdio>
 
 namespace VorlaCl {
@@ -20,6 +22,16 @@ std::string JoinSymbols(GenApi::IEnumeration& enumeration) {
 } // namespace
 
 int CFeatureCommand::Features(const std::string& name, bool all) const {
+  if (m_Json) {
+    nlohmann::json out = nlohmann::json::array();
+    if (name.empty())
+      for (const auto& root : m_View.Roots())
+        out.push_back({{"name", root.first}, {"features", Json(*root.second, all)["features"]}});
+    else
+      out.push_back(Json(m_View.Require(name), true));
+    std::printf("%s\n", out.dump(2).c_str());
+    return ExitSuccess;
+  }
   if (name.empty()) {
     for (const auto& root : m_View.Roots()) {
       std::printf("%s\n", root.first.c_str());
@@ -47,6 +59,25 @@ void CFeatureCommand::PrintTree(GenApi::INode& node, int depth, bool all) const 
                 CNodeMapView::AccessName(node.GetAccessMode()),
                 CNodeMapView::ValueText(node).c_str());
   PrintFeatures(node, depth + 1, all);
+}
+
+nlohmann::json CFeatureCommand::Json(GenApi::INode& node, bool all) const {
+  const GenApi::EInterfaceType type = node.GetPrincipalInterfaceType();
+  nlohmann::json out = {{"name", node.GetName().c_str()}};
+  if (auto* category = dynamic_cast<GenApi::ICategory*>(&node)) {
+    out["features"] = nlohmann::json::array();
+    GenApi::FeatureList_t features;
+    category->GetFeatures(features);
+    for (GenApi::IValue* feature : features)
+      if (GenApi::INode* child = feature->GetNode())
+        if (all || child->GetVisibility() != GenApi::Invisible)
+          out["features"].push_back(Json(*child, all));
+    return out;
+  }
+  out["type"] = CNodeMapView::TypeName(type);
+  out["access"] = CNodeMapView::AccessName(node.GetAccessMode());
+  out["value"] = CNodeMapView::ValueText(node);
+  return out;
 }
 
 void CFeatureCommand::PrintFeatures(GenApi::INode& node, int depth, bool all) const {
@@ -93,8 +124,16 @@ int CFeatureCommand::Get(const std::vector<std::string>& names) const {
   std::vector<GenApi::INode*> nodes;
   for (const std::string& name : names)
     nodes.push_back(&m_View.Require(name));
-  for (GenApi::INode* node : nodes)
-    std::printf("%s = %s\n", node->GetName().c_str(), CNodeMapView::Read(*node).c_str());
+  nlohmann::json values = nlohmann::json::object();
+  for (GenApi::INode* node : nodes) {
+    const std::string value = CNodeMapView::Read(*node);
+    if (m_Json)
+      values[node->GetName().c_str()] = value;
+    else
+      std::printf("%s = %s\n", node->GetName().c_str(), value.c_str());
+  }
+  if (m_Json)
+    std::printf("%s\n", values.dump(2).c_str());
   return ExitSuccess;
 }
 
@@ -106,6 +145,18 @@ int CFeatureCommand::Set(const std::vector<std::string>& assignments) const {
   return ExitSuccess;
 }
 
+std::string CFeatureCommand::WhyLocked() const {
+  // A grab locks the transport parameters, and with them the camera's geometry and format.
+  GenApi::CIntegerPtr locked = m_View.Find("TLParamsLocked");
+  try {
+    if (locked && GenApi::IsReadable(locked) && locked->GetValue() != 0)
+      return ": a grab holds the camera (TLParamsLocked = 1); end the grab, or free the camera "
+             "with 'vorla-cl set TLParamsLocked=0'";
+  } catch (const GenICam::GenericException&) {
+  }
+  return "";
+}
+
 void CFeatureCommand::SetOne(const std::string& assignment) const {
   const size_t equals = assignment.find('=');
   const std::string name = assignment.substr(0, equals);
@@ -114,7 +165,7 @@ void CFeatureCommand::SetOne(const std::string& assignment) const {
   const GenApi::EAccessMode mode = node.GetAccessMode();
   if (!GenApi::IsWritable(mode))
     throw CToolError(ExitFailure, "'" + name + "' is not writable (access mode " +
-                                      CNodeMapView::AccessName(mode) + ")");
+                                      CNodeMapView::AccessName(mode) + ")" + WhyLocked());
   if (auto* command = dynamic_cast<GenApi::ICommand*>(&node)) {
     command->Execute();
     std::printf("%s executed\n", name.c_str());

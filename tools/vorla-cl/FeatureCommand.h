@@ -2,6 +2,8 @@
 // vorla-cl features, get and set.
 #include "NodeMapView.h"
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <string>
 #include <vector>
 
@@ -10,7 +12,8 @@ namespace VorlaCl {
 //! Shows, reads and writes the features of an open camera.
 class CFeatureCommand {
 public:
-  explicit CFeatureCommand(const CNodeMapView& view) : m_View(view) {}
+  //! With `json`, Features and Get print one JSON document instead of text.
+  CFeatureCommand(const CNodeMapView& view, bool json) : m_View(view), m_Json(json) {}
 
   //! The category tree below `name` (every root when empty), one feature a line: name, type,
   //! access mode, value. Invisible features only with `all`. A feature that is not a category
@@ -27,9 +30,14 @@ private:
   //! The features of a category, one level deeper.
   void PrintFeatures(GenApi::INode& node, int depth, bool all) const;
   void PrintDetails(GenApi::INode& node) const;
+  //! A feature as JSON: name, type, access mode and value; a category's features below it.
+  nlohmann::json Json(GenApi::INode& node, bool all) const;
   void SetOne(const std::string& assignment) const;
+  //! Why features are locked when a grab holds the camera; empty otherwise.
+  std::string WhyLocked() const;
 
   const CNodeMapView& m_View;
+  bool m_Json;
 };
 
 } // namespace VorlaCl

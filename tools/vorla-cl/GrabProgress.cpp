@@ -24,8 +24,19 @@ void CGrabProgress::Failed() {
   Show(false);
 }
 
+void CGrabProgress::Finish() {
+  if (m_Terminal && m_LastShown != Clock::time_point()) {
+    std::fputs("\r\033[K", m_Terminal);
+    std::fflush(m_Terminal);
+  }
+}
+
+double CGrabProgress::Seconds() const {
+  return std::chrono::duration<double>(Clock::now() - m_Start).count();
+}
+
 std::string CGrabProgress::Summary() const {
-  const double seconds = std::chrono::duration<double>(Clock::now() - m_Start).count();
+  const double seconds = Seconds();
   char text[200];
   std::snprintf(text, sizeof text,
                 "%llu frames grabbed in %.2f s: %.1f fps, %.1f MB/s, %llu failed, %llu dropped",
@@ -46,8 +57,6 @@ void CGrabProgress::Show(bool force) {
   m_LastShown = now;
   std::fprintf(m_Terminal, "\r%llu/%llu  %s\033[K", static_cast<unsigned long long>(Done()),
                static_cast<unsigned long long>(m_Total), Summary().c_str());
-  if (Done() >= m_Total)
-    std::fputc('\n', m_Terminal);
   std::fflush(m_Terminal);
 }
 

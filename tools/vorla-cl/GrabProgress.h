@@ -7,7 +7,7 @@
 namespace VorlaCl {
 
 //! Counts a grab and tells how it goes: a line rewritten in place on a terminal (at most four
-//! times a second), and a closing summary. Bound to the grabbing thread.
+//! times a second, erased at the end), and a closing summary. Bound to the grabbing thread.
 class CGrabProgress {
 public:
   CGrabProgress(std::uint64_t total, std::FILE* terminal);
@@ -15,8 +15,14 @@ public:
   //! dropped frames.
   void Grabbed(std::uint64_t bytes, std::int32_t frameValue);
   void Failed();
+  //! Erases the progress line, however far the grab came.
+  void Finish();
   std::uint64_t Done() const { return m_Grabbed + m_Failed; }
   std::uint64_t GrabbedFrames() const { return m_Grabbed; }
+  std::uint64_t FailedFrames() const { return m_Failed; }
+  std::uint64_t DroppedFrames() const { return m_Dropped; }
+  std::uint64_t Bytes() const { return m_Bytes; }
+  double Seconds() const;
   //! "<n> frames grabbed in <s> s: <fps> fps, <MB/s> MB/s, <f> failed, <d> dropped"
   std::string Summary() const;
 

@@ -1,5 +1,7 @@
 #pragma once
 #include <cstdint>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace VorlaCl {
@@ -15,6 +17,8 @@ struct SPngImage {
   //! Bits that carry information (10 for Mono10 in a 16-bit sample); written as PNG's sBIT.
   int m_SignificantBits = 8;
   std::vector<std::uint8_t> m_Pixels;
+  //! Text chunks (keyword, Latin-1 text), e.g. the frame's number and time stamp.
+  std::vector<std::pair<std::string, std::string>> m_Texts;
 
   std::size_t RowBytes() const {
     return std::size_t(m_Width) * (m_Colour == EColour::Rgb ? 3 : 1) * (m_BitDepth / 8);

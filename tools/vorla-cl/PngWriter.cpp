@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 #include <stdexcept>
+#include <vector>
 
 namespace VorlaCl {
 namespace {
@@ -23,8 +24,9 @@ extern "C" void OnPngError(png_structp png, png_const_charp message) {
 
 extern "C" void OnPngWarning(png_structp, png_const_charp) {}
 
-// Only plain locals here: libpng reports errors by longjmp.
-bool WritePng(std::FILE* file, const SPngImage& image, char* errorText) {
+// Only plain locals here: libpng reports errors by longjmp. `texts` is prepared by the caller.
+bool WritePng(std::FILE* file, const SPngImage& image, png_text* texts, int textCount,
+              char* errorText) {
   png_structp png =
       png_create_write_struct(PNG_LIBPNG_VER_STRING, errorText, OnPngError, OnPngWarning);
   png_infop info = png ? png_create_info_struct(png) : nullptr;
@@ -46,6 +48,8 @@ bool WritePng(std::FILE* file, const SPngImage& image, char* errorText) {
   const auto bits = static_cast<png_byte>(image.m_SignificantBits);
   significant.red = significant.green = significant.blue = significant.gray = bits;
   png_set_sBIT(png, info, &significant);
+  if (textCount > 0)
+    png_set_text(png, info, texts, textCount);
   // Speed over size: grabbing goes on while pictures are written.
   png_set_compression_level(png, 1);
   png_write_info(png, info);
@@ -71,7 +75,16 @@ void CPngWriter::Write(const std::string& path, const SPngImage& image) {
   if (!ok)
     std::snprintf(errorText, sizeof errorText, "%s", std::strerror(errno));
   if (ok) {
-    ok = WritePng(file, image, errorText);
+    std::vector<png_text> texts;
+    for (const auto& text : image.m_Texts) {
+      png_text entry{};
+      entry.compression = PNG_TEXT_COMPRESSION_NONE;
+      entry.key = const_cast<char*>(text.first.c_str());
+      entry.text = const_cast<char*>(text.second.c_str());
+      entry.text_length = text.second.size();
+      texts.push_back(entry);
+    }
+    ok = WritePng(file, image, texts.data(), static_cast<int>(texts.size()), errorText);
     errno = 0;
     if (std::fclose(file) != 0 && ok) {
       std::snprintf(errorText, sizeof errorText, "%s", std::strerror(errno));

@@ -1,6 +1,7 @@
 #include "TransportLayerSet.h"
 
 #include "EnumerationExplainer.h"
+#include "PortUsage.h"
 #include "ToolError.h"
 
 #include <cstdlib>
@@ -47,11 +48,20 @@ std::vector<CTransportLayerSet::SCamera> CTransportLayerSet::Enumerate() {
 
 std::string CTransportLayerSet::ExplainNothingFound() const {
   std::string why;
-  for (Vorla::ITransportLayer* tl : m_Layers)
-    if (const auto* reporter = dynamic_cast<const Vorla::IEnumerationReporter*>(tl))
-      why += (why.empty() ? "" : " ") +
-             CEnumerationExplainer::Explain(reporter->GetLastEnumerationReport(),
-                                            CEnumerationExplainer::InstalledFolders());
+  for (Vorla::ITransportLayer* tl : m_Layers) {
+    const auto* reporter = dynamic_cast<const Vorla::IEnumerationReporter*>(tl);
+    if (!reporter)
+      continue;
+    const Vorla::SEnumerationReport report = reporter->GetLastEnumerationReport();
+    // A port another process holds looks silent to the transport layer; the system knows better.
+    for (const auto& port : report.PortsSilent) {
+      const std::string holder = CPortUsage::Holder(port.c_str());
+      if (!holder.empty())
+        return "No camera answered: port " + std::string(port.c_str()) + " is " + holder + ".";
+    }
+    why += (why.empty() ? "" : " ") +
+           CEnumerationExplainer::Explain(report, CEnumerationExplainer::InstalledFolders());
+  }
   return why.empty() ? "No camera found." : why;
 }
 

@@ -1,6 +1,7 @@
 #include "WatchCommand.h"
 
 #include "CameraSession.h"
+#include "Interruption.h"
 #include "NodeMapView.h"
 #include "RemovalSignal.h"
 #include "ToolError.h"
@@ -41,6 +42,12 @@ int CWatchCommand::Run(CCameraSession& session, const SOptions& options) {
   GenApi::INode& node = view.Require(feature);
   CRemovalSignal removal;
   const Vorla::DeviceCallbackHandle handle = device.RegisterRemovalCallback(removal);
+  // A signal ends the wait between reads as a removal would; the loop tells them apart.
+  const CInterruption::CScope interruption([&removal] { removal(nullptr); });
+  const auto interrupted = [] {
+    const CInterruption* current = CInterruption::Current();
+    return current && current->Interrupted();
+  };
   std::printf("Watching %s of '%s' every %lld ms.\n", feature.c_str(), session.Name().c_str(),
               static_cast<long long>(options.m_Interval.count()));
   std::fflush(stdout);
@@ -54,7 +61,7 @@ int CWatchCommand::Run(CCameraSession& session, const SOptions& options) {
       failuresInRow = 0;
     } catch (const GenICam::GenericException& e) {
       // A read that fails because the camera went away is reported as the removal below.
-      if (!removal.Removed()) {
+      if (!removal.Removed() && !interrupted()) {
         std::fprintf(stderr, "vorla-cl: %s  reading %s: %s\n", Now().c_str(), feature.c_str(),
                      e.GetDescription());
         if (++failuresInRow == kMaxFailuresInRow)
@@ -62,14 +69,15 @@ int CWatchCommand::Run(CCameraSession& session, const SOptions& options) {
                                             std::to_string(kMaxFailuresInRow) + " times in a row.");
       }
     }
-    if (removal.Removed())
+    if (!interrupted() && removal.Removed())
       break;
-    if (options.m_Count != 0 && reads >= options.m_Count) {
+    const bool done = options.m_Count != 0 && reads >= options.m_Count;
+    if (!done)
+      removal.WaitFor(options.m_Interval); // a removal or a signal ends the wait early
+    if (done || interrupted()) {
       device.DeregisterRemovalCallback(handle);
-      return ExitSuccess;
+      return interrupted() ? CInterruption::Current()->ExitStatus() : ExitSuccess;
     }
-    if (removal.WaitFor(options.m_Interval))
-      break;
   }
   throw CToolError(ExitFailure, "Camera '" + session.Name() + "' was removed.");
 }

@@ -1,9 +1,11 @@
 // vorla-cl: the command-line face of the camera SDK's transport layers.
 #include "CameraSession.h"
 #include "CommandLine.h"
+#include "DriverLogRoute.h"
 #include "FeatureCommand.h"
 #include "GrabCommand.h"
 #include "InfoCommand.h"
+#include "Interruption.h"
 #include "ListCommand.h"
 #include "NodeMapView.h"
 #include "ToolError.h"
@@ -14,6 +16,7 @@
 #include <VorlaBase/Logging.h>
 
 #include <cstdio>
+#include <cstdlib>
 
 namespace {
 
@@ -25,7 +28,7 @@ int RunCameraCommand(const CCommandLine& line) {
   if (line.m_Verb == "xml")
     return CXmlCommand::Run(session, line.m_Output);
   if (line.m_Verb == "info")
-    return CInfoCommand::Run(session);
+    return CInfoCommand::Run(session, line.m_Json);
   if (line.m_Verb == "watch") {
     CWatchCommand::SOptions options;
     options.m_Feature = line.m_Names.empty() ? "" : line.m_Names.front();
@@ -40,10 +43,12 @@ int RunCameraCommand(const CCommandLine& line) {
     options.m_Pattern = line.m_Output;
     options.m_Buffers = line.m_Buffers;
     options.m_TimeoutMs = line.m_TimeoutMs;
+    options.m_Verbose = line.m_Verbose;
+    options.m_Json = line.m_Json;
     return RunGrab(device, options);
   }
   const CNodeMapView view(device.GetNodeMap(), device.GetTLNodeMap());
-  const CFeatureCommand features(view);
+  const CFeatureCommand features(view, line.m_Json);
   if (line.m_Verb == "features")
     return features.Features(line.m_Names.empty() ? "" : line.m_Names.front(), line.m_All);
   if (line.m_Verb == "get")
@@ -57,18 +62,23 @@ int Run(int argc, char** argv) {
     std::fputs(CCommandLine::Usage(), stdout);
     return ExitSuccess;
   }
+  // Quiet unless asked: the tool's own lines say what went wrong.
   if (!line.m_Log.empty())
     vxlog::LogSetFilter(line.m_Log);
+  else if (!std::getenv("VORLA_LOG"))
+    vxlog::LogSetFilter(std::to_string(vxlog::Error + 1));
   if (line.m_Verb == "tls")
     return CListCommand::ListTransportLayers();
   if (line.m_Verb == "list")
-    return CListCommand::ListCameras(line.m_Verbose);
+    return CListCommand::ListCameras(line.m_Verbose, line.m_Json);
   return RunCameraCommand(line);
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
+  const CInterruption interruption;
+  const CDriverLogRoute driverLog;
   try {
     return Run(argc, argv);
   } catch (const CToolError& e) {

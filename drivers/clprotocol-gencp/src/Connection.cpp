@@ -1,5 +1,6 @@
 #include "Connection.h"
 
+#include "DescriptionCache.h"
 #include "ErrorCodes.h"
 
 #include <gencp/ByteOrder.h>
@@ -184,15 +185,10 @@ CLINT32 CConnection::GetXML(CLProtocol::ISerial* serial, const std::string& xmlI
                                   [&](const SManifestEntry& e) { return e.m_XmlId == xmlId; });
   if (entry == m_Manifest.end())
     return CL_ERR_NO_XMLDESCRIPTION_FOUND;
-  std::vector<std::uint8_t> file(static_cast<std::size_t>(entry->m_Size));
-  rc = m_Channel.ReadMem(serial, entry->m_Address, file.data(), file.size(), timeoutMs, Options());
+  std::vector<std::uint8_t> file;
+  rc = FetchFile(serial, *entry, file, timeoutMs);
   if (rc != CL_ERR_NO_ERR)
     return rc;
-  // The checksum covers the file as stored, zipped or not.
-  if (entry->m_HasSha1 && GenCP::Sha1(file.data(), file.size()) != entry->m_Sha1) {
-    m_Logger.Log(CLP_LOG_ERROR, "GenCP: '%s' does not match its SHA-1", xmlId.c_str());
-    return ErrXmlChecksum;
-  }
   if (entry->m_Format == GenCP::FileFormatZip) {
     std::vector<std::uint8_t> plain;
     if (!GenCP::CMemoryZip::UnzipFirst(file, plain))
@@ -201,6 +197,37 @@ CLINT32 CConnection::GetXML(CLProtocol::ISerial* serial, const std::string& xmlI
   }
   xml.assign(file.begin(), file.end());
   m_XmlCache[xmlId] = xml;
+  return CL_ERR_NO_ERR;
+}
+
+CLINT32 CConnection::FetchFile(CLProtocol::ISerial* serial, const SManifestEntry& entry,
+                               std::vector<std::uint8_t>& file, std::uint32_t timeoutMs) {
+  // Only a published SHA-1 says which cached file is this camera's.
+  CDescriptionCache cache =
+      entry.m_HasSha1 ? CDescriptionCache::FromEnvironment() : CDescriptionCache({}, 0, 0);
+  std::string warning;
+  if (cache.Find(entry.m_Sha1, file, warning)) {
+    m_Logger.Log(CLP_LOG_NOTICE, "GenCP: '%s' taken from the description cache '%s'",
+                 entry.m_XmlId.c_str(), cache.Directory().c_str());
+    return CL_ERR_NO_ERR;
+  }
+  file.assign(static_cast<std::size_t>(entry.m_Size), 0);
+  const CLINT32 rc =
+      m_Channel.ReadMem(serial, entry.m_Address, file.data(), file.size(), timeoutMs, Options());
+  if (rc != CL_ERR_NO_ERR)
+    return rc;
+  // The checksum covers the file as stored, zipped or not.
+  if (entry.m_HasSha1 && GenCP::Sha1(file.data(), file.size()) != entry.m_Sha1) {
+    m_Logger.Log(CLP_LOG_ERROR, "GenCP: '%s' does not match its SHA-1", entry.m_XmlId.c_str());
+    return ErrXmlChecksum;
+  }
+  // A damaged entry is replaced now; it and a failing store cost one warning.
+  std::string storeWarning;
+  cache.Store(entry.m_Sha1, file, storeWarning);
+  if (warning.empty())
+    warning = storeWarning;
+  if (!warning.empty())
+    m_Logger.Log(CLP_LOG_WARN, "GenCP: %s", warning.c_str());
   return CL_ERR_NO_ERR;
 }
 

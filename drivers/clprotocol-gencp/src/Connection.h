@@ -54,6 +54,10 @@ private:
     bool m_HasSha1 = false;
   };
 
+  //! The file of `entry` as the camera stores it: from the description cache when it holds it,
+  //! else downloaded, checked and cached.
+  CLINT32 FetchFile(CLProtocol::ISerial* serial, const SManifestEntry& entry,
+                    std::vector<std::uint8_t>& file, std::uint32_t timeoutMs);
   CLINT32 LoadManifest(CLProtocol::ISerial* serial, std::uint32_t timeoutMs);
   CLINT32 SwitchBaudRate(CLProtocol::ISerial* serial, std::uint32_t baudBit,
                          std::uint32_t timeoutMs);

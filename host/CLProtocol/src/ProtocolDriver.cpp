@@ -4,7 +4,10 @@
 
 #include <platform/SystemPaths.h>
 
+#include <CLProtocol/DriverLog.h>
+
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 
 namespace CLProtocol {
@@ -14,12 +17,18 @@ namespace {
 // without limit.
 const CLUINT32 kMaxText = 64u << 20;
 
+std::atomic<DriverLogFunction> g_DriverLogFunction{nullptr};
+
 void CLPROTOCOL DriverLog(CLINT32 level, const char* format, va_list args) {
-  if (!format)
+  const DriverLogFunction function = g_DriverLogFunction.load();
+  if (!format || (!function && level > CLP_LOG_WARN))
     return;
   char line[512];
   std::vsnprintf(line, sizeof line, format, args);
-  Vorla::Platform::DebugOutput(line);
+  if (function)
+    function(level, line);
+  else
+    Vorla::Platform::DebugOutput(line);
 }
 
 std::vector<std::string> SplitTabs(const std::string& list) {
@@ -71,7 +80,8 @@ std::unique_ptr<CProtocolDriver> CProtocolDriver::Load(const std::string& path) 
   if (getVersion(&major, &minor) != CL_ERR_NO_ERR || major != CLPROTOCOL_VERSION_MAJOR)
     return nullptr;
   if (initLib) {
-    const CLINT32 status = initLib(DriverLog, CLP_LOG_ERROR);
+    // Notices too: the host's receiver decides what to show.
+    const CLINT32 status = initLib(DriverLog, CLP_LOG_NOTICE);
     if (status != CL_ERR_NO_ERR && status != CL_ERR_IN_USE)
       return nullptr;
   }
@@ -173,6 +183,10 @@ bool CProtocolDriver::ErrorText(CLINT32 code, CLUINT32 cookie, std::string& text
   return FetchText([&](CLINT8* b, CLUINT32* s) { return m_getErrorText(code, b, s, cookie); },
                    text) == CL_ERR_NO_ERR &&
          !text.empty();
+}
+
+DriverLogFunction SetDriverLogFunction(DriverLogFunction function) {
+  return g_DriverLogFunction.exchange(function);
 }
 
 } // namespace CLProtocol

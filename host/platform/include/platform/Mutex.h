@@ -7,6 +7,7 @@
 // this list; the leaves take nothing while held and never run foreign code (a plug-in, an
 // application callback) under them.
 //
+//   0. vorla-cl's signal handler  (CInterruption; the handler it runs cancels a grab)
 //   1. transport layer            (CVorlaCLSerTl, recursive)
 //   2. device                     (CVorlaCLSerDevice, its removal link)
 //   3. stream grabber             (CVorlaCLSerStreamGrabber, the application's state machine)
