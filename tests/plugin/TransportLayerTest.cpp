@@ -32,6 +32,7 @@ class CTestableTl : public CVorlaCLSerTl {
 public:
   using CVorlaCLSerTl::AddCreatedDevice;
   using CVorlaCLSerTl::CreatedDevices;
+  using CVorlaCLSerTl::GetRefCount;
 };
 
 CDeviceInfo Record(const char* deviceClass, const char* fullName) {

@@ -19,9 +19,5 @@ bool CTimerQueue::DeleteTimer(Handle timer) {
   return CTimerService::Instance().Delete(m_owner, timer);
 }
 
-bool CTimerQueue::IsCallbackThread() const {
-  return CTimerService::Instance().IsServiceThread();
-}
-
 } // namespace Platform
 } // namespace Vorla

@@ -17,7 +17,7 @@ CTimerService::CTimerService() : m_work(boost::asio::make_work_guard(m_io)) {
 }
 
 CTimerService::Id CTimerService::NewOwner() {
-  std::lock_guard<std::mutex> guard(m_lock);
+  CLockGuard<CMutex> guard(m_lock);
   return m_nextId++;
 }
 
@@ -25,7 +25,7 @@ CTimerService::Id CTimerService::Create(Id owner, uint32_t dueMs, Callback callb
                                         void* context) {
   if (!callback || owner == 0)
     return 0;
-  std::lock_guard<std::mutex> guard(m_lock);
+  CLockGuard<CMutex> guard(m_lock);
   const Id id = m_nextId++;
   try {
     auto timer =
@@ -45,7 +45,7 @@ CTimerService::Id CTimerService::Create(Id owner, uint32_t dueMs, Callback callb
 void CTimerService::OnExpiry(Id timer, const boost::system::error_code& error) {
   if (error)
     return; // deleted before it expired
-  std::unique_lock<std::mutex> guard(m_lock);
+  CUniqueLock<CMutex> guard(m_lock);
   const auto it = m_timers.find(timer);
   if (it == m_timers.end())
     return; // deleted after it expired, before this handler ran: it never fires
@@ -54,29 +54,29 @@ void CTimerService::OnExpiry(Id timer, const boost::system::error_code& error) {
   void* const context = entry.context;
   m_runningTimer = timer;
   m_runningOwner = entry.owner;
-  guard.unlock();
+  guard.Unlock();
   try {
     callback(context);
   } catch (...) {
     // the timer thread has no one to report to, and must keep serving the other timers
   }
-  guard.lock();
+  guard.Lock();
   m_runningTimer = 0;
   m_runningOwner = 0;
   m_callbackDone.notify_all();
 }
 
-void CTimerService::WaitForCallback(std::unique_lock<std::mutex>& guard, Id owner, Id timer) {
+void CTimerService::WaitForCallback(CUniqueLock<CMutex>& guard, Id owner, Id timer) {
   // A callback deleting its own timer (or queue) must not wait for itself; and as callbacks run
   // one at a time, no other callback can be running then either.
   if (IsServiceThread())
     return;
-  m_callbackDone.wait(
-      guard, [&] { return timer != 0 ? m_runningTimer != timer : m_runningOwner != owner; });
+  while (timer != 0 ? m_runningTimer == timer : m_runningOwner == owner)
+    m_callbackDone.wait(guard);
 }
 
 bool CTimerService::Delete(Id owner, Id timer) {
-  std::unique_lock<std::mutex> guard(m_lock);
+  CUniqueLock<CMutex> guard(m_lock);
   const auto it = m_timers.find(timer);
   if (it == m_timers.end() || it->second.owner != owner)
     return false;
@@ -86,10 +86,16 @@ bool CTimerService::Delete(Id owner, Id timer) {
 }
 
 void CTimerService::DeleteAll(Id owner) {
-  std::unique_lock<std::mutex> guard(m_lock);
-  for (auto it = m_timers.begin(); it != m_timers.end();)
-    it = it->second.owner == owner ? m_timers.erase(it) : std::next(it);
-  WaitForCallback(guard, owner, 0);
+  CUniqueLock<CMutex> guard(m_lock);
+  // A callback of `owner` that runs while we wait may create a timer on its own queue: erase
+  // again after each wait, until no callback of the owner runs.
+  for (;;) {
+    for (auto it = m_timers.begin(); it != m_timers.end();)
+      it = it->second.owner == owner ? m_timers.erase(it) : std::next(it);
+    if (IsServiceThread() || m_runningOwner != owner)
+      return;
+    WaitForCallback(guard, owner, 0);
+  }
 }
 
 } // namespace Platform

@@ -3,10 +3,11 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/steady_timer.hpp>
 
+#include <platform/Mutex.h>
+
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <unordered_map>
 
@@ -28,14 +29,15 @@ public:
   static CTimerService& Instance();
 
   //! A new owner (a timer queue) for the timers created below.
-  Id NewOwner();
+  Id NewOwner() VORLA_EXCLUDES(m_lock);
   //! Arms a one-shot timer of `owner`; 0 on failure.
-  Id Create(Id owner, uint32_t dueMs, Callback callback, void* context);
+  Id Create(Id owner, uint32_t dueMs, Callback callback, void* context) VORLA_EXCLUDES(m_lock);
   //! Removes a timer of `owner`, waiting for its running callback unless called from the
   //! service thread. False when `owner` has no such timer.
-  bool Delete(Id owner, Id timer);
-  //! Removes every timer of `owner`, waiting as Delete does.
-  void DeleteAll(Id owner);
+  bool Delete(Id owner, Id timer) VORLA_EXCLUDES(m_lock);
+  //! Removes every timer of `owner`, waiting as Delete does; also those that a running callback
+  //! of `owner` creates meanwhile.
+  void DeleteAll(Id owner) VORLA_EXCLUDES(m_lock);
   bool IsServiceThread() const { return std::this_thread::get_id() == m_threadId; }
 
   CTimerService(const CTimerService&) = delete;
@@ -43,9 +45,9 @@ public:
 
 private:
   CTimerService();
-  void OnExpiry(Id timer, const boost::system::error_code& error);
+  void OnExpiry(Id timer, const boost::system::error_code& error) VORLA_EXCLUDES(m_lock);
   //! Waits until `timer` (when not 0), or else every timer of `owner`, has no callback running.
-  void WaitForCallback(std::unique_lock<std::mutex>& guard, Id owner, Id timer);
+  void WaitForCallback(CUniqueLock<CMutex>& guard, Id owner, Id timer) VORLA_REQUIRES(m_lock);
 
   struct Entry {
     Id owner;
@@ -57,14 +59,15 @@ private:
 
   boost::asio::io_context m_io;
   boost::asio::executor_work_guard<boost::asio::io_context::executor_type> m_work;
-  // Guards the fields below; never held while a callback runs. The service thread takes it only
-  // to look an expired timer up. Owned by the service.
-  std::mutex m_lock;
-  std::condition_variable m_callbackDone; // signalled under m_lock when a callback returns
-  std::unordered_map<Id, Entry> m_timers;
-  Id m_nextId = 1;
-  Id m_runningTimer = 0; // the timer whose callback runs now, with its owner
-  Id m_runningOwner = 0;
+  // The timer service's lock, last in the product's lock order: guards the fields below; never
+  // held while a callback runs. The service thread takes it only to look an expired timer up.
+  // Owned by the service.
+  CMutex m_lock;
+  std::condition_variable_any m_callbackDone; // signalled under m_lock when a callback returns
+  std::unordered_map<Id, Entry> m_timers VORLA_GUARDED_BY(m_lock);
+  Id m_nextId VORLA_GUARDED_BY(m_lock) = 1;
+  Id m_runningTimer VORLA_GUARDED_BY(m_lock) = 0; // the timer whose callback runs, with its owner
+  Id m_runningOwner VORLA_GUARDED_BY(m_lock) = 0;
   // The service thread, owned by the service; it runs m_io for the life of the process.
   std::thread m_thread;
   std::thread::id m_threadId;

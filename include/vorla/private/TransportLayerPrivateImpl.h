@@ -265,10 +265,10 @@ public:
     return count;
   }
 
-  //! The current reference count (for diagnostics and tests).
+protected:
+  //! The current reference count.
   int GetRefCount() const { return m_refCount; }
 
-protected:
   // The object is deleted only through the plug-in's Destroy.
   void OnLastReference() override {}
 

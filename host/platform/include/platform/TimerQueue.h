@@ -30,8 +30,6 @@ public:
   //! except when DeleteTimer is called from a callback itself. A fired timer stays known until
   //! deleted. Returns false for a handle that this queue does not know.
   bool DeleteTimer(Handle timer);
-  //! True on the timer thread (inside a callback of any queue).
-  bool IsCallbackThread() const;
 
 private:
   uint64_t m_owner; // this queue's key in the process's timer service
