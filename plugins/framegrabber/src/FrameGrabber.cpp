@@ -21,8 +21,8 @@ const char* const NodeNames[] = {"Width", "Height", "PixelFormat", "ClPixelClock
 // between checks that the camera it reads from still runs.
 constexpr milliseconds RetryInterval{200};
 constexpr std::uint64_t PitchAlignment = 256;
-// A pitched copy may take twice its frame (lines of 256 bytes or more take less), and any
-// frame this much: room for narrow pictures, never the 256-fold of 1-byte lines of a big one.
+// A pitched copy may take twice its frame (lines of 256 bytes or more never need more) or this
+// much, whichever is more: room for narrow pictures, never the 256-fold of 1-byte lines.
 constexpr std::uint64_t PitchedFloor = std::uint64_t(64) << 20;
 
 } // namespace
