@@ -1,5 +1,6 @@
 // The GenCP driver's description cache: what a cached open sends, which cameras are cached, and
-// how a damaged, shared, full or unwritable cache behaves.
+// how a damaged, shared, full or unwritable cache behaves. Plain and zipped descriptions both
+// come through it.
 #include "DescriptionCache.h"
 #include "Driver.h"
 #include "DriverSupport.h"
@@ -91,8 +92,10 @@ TEST_F(GenCPDescriptionCache, SecondOpenReadsNoDescriptionBytesAndNewHashesAreFe
   EXPECT_GT(first, camsim::CameraXml().size());
   EXPECT_EQ(Entries(), 1u);
   EXPECT_EQ(Open(Plain()), 0u) << "the cached description came over the line";
-  // Another description (the zipped file has another SHA-1) is downloaded and kept beside it.
+  // Another description (the zipped file has another SHA-1) is downloaded, unpacked and kept
+  // beside it.
   EXPECT_GT(Open(Zipped()), 0u);
+  EXPECT_LT(m_Camera->ServedXmlFile().size(), camsim::CameraXml().size() / 3);
   EXPECT_EQ(Entries(), 2u);
   EXPECT_EQ(Open(Zipped()), 0u);
   EXPECT_TRUE(g_Warnings.empty());

@@ -352,17 +352,6 @@ TEST_F(GenCPXml, PlainDescriptionFromTheManifest) {
             CL_ERR_NO_XMLDESCRIPTION_FOUND);
 }
 
-TEST_F(GenCPXml, ZippedDescriptionIsCheckedAndUnpacked) {
-  SCameraOptions options;
-  options.m_Zip = true;
-  Connect(options);
-  std::string ids, xml;
-  ASSERT_EQ(XmlIds(ids), CL_ERR_NO_ERR);
-  ASSERT_EQ(Xml(ids, xml), CL_ERR_NO_ERR);
-  EXPECT_EQ(xml, camsim::CameraXml());
-  EXPECT_LT(m_Camera->ServedXmlFile().size(), xml.size() / 3);
-}
-
 TEST_F(GenCPXml, DamagedDescriptionFailsItsChecksum) {
   SCameraOptions options;
   options.m_Zip = true;
