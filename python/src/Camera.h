@@ -48,6 +48,12 @@ public:
   pybind11::dict Info();
   //! The camera's description as the transport layer provides it.
   std::string Xml();
+  //! As Call, for a caller that released the GIL already.
+  template <class TCall> auto CallReleased(TCall&& call) VORLA_EXCLUDES(m_Lock) {
+    Vorla::Platform::CLockGuard<Vorla::Platform::CMutex> guard(m_Lock);
+    return call(Device());
+  }
+
   //! Registers `callable` to run (without arguments) when the camera is removed.
   void OnRemoved(pybind11::object callable);
 

@@ -12,6 +12,7 @@
 
 #include <cerrno>
 #include <cmath>
+#include <optional>
 #include <poll.h>
 #include <system_error>
 
@@ -231,54 +232,60 @@ py::object CGrab::Next() {
                         std::chrono::duration_cast<std::chrono::steady_clock::duration>(m_Timeout);
   for (;;) {
     Vorla::GrabResult result;
-    enum { Got, Nothing, Stopped } state = Nothing;
-    m_pCamera->Call([&](Vorla::IVorlaDevice&) {
-      state = m_Stopped ? Stopped : m_pStream->RetrieveResult(result) ? Got : Nothing;
-    });
-    if (state == Stopped)
-      throw py::stop_iteration();
-    if (state == Got) {
-      m_pQueue->Retrieved();
-      if (result.m_Status == Vorla::Canceled)
-        continue;
+    switch (Take(result, deadline)) {
+    case Got:
       ++m_Yielded;
       return MakeFrame(result);
-    }
-    if (m_pQueue->InFlight() == 0)
+    case Stopped:
+      throw py::stop_iteration();
+    case Starved:
       throw CPyError(CPyError::Logical,
                      "All " + std::to_string(m_Buffers) +
                          " buffers are held by frames still in use: release a frame (del frame) "
                          "before taking the next, or grab with more buffers.");
-    if (!Wait(deadline)) {
+    case TimedOut: {
       char seconds[32];
       std::snprintf(seconds, sizeof seconds, "%g", m_Timeout.count());
       throw CPyError(CPyError::Timeout, std::string("No frame within ") + seconds + " s after " +
                                             std::to_string(m_Yielded) +
                                             " frames; is the camera sending video?");
     }
+    case Interrupted:
+      if (PyErr_CheckSignals() != 0)
+        throw py::error_already_set();
+    }
   }
 }
 
-bool CGrab::Wait(std::chrono::steady_clock::time_point deadline) const {
+CGrab::EOutcome CGrab::Take(Vorla::GrabResult& result,
+                            std::chrono::steady_clock::time_point deadline) {
+  py::gil_scoped_release released;
   for (;;) {
+    const std::optional<EOutcome> taken =
+        m_pCamera->CallReleased([&](Vorla::IVorlaDevice&) -> std::optional<EOutcome> {
+          if (m_Stopped)
+            return Stopped;
+          while (m_pStream->RetrieveResult(result)) {
+            m_pQueue->Retrieved();
+            if (result.m_Status != Vorla::Canceled)
+              return Got;
+          }
+          return std::nullopt;
+        });
+    if (taken)
+      return *taken;
+    if (m_pQueue->InFlight() == 0)
+      return Starved;
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
         deadline - std::chrono::steady_clock::now());
-    int ready = 0;
-    int error = 0;
-    {
-      py::gil_scoped_release released;
-      pollfd fd{m_WaitHandle, POLLIN, 0};
-      ready = ::poll(&fd, 1, static_cast<int>(std::max<int64_t>(left.count(), 0)));
-      error = errno;
-    }
-    if (ready > 0)
-      return true;
+    pollfd fd{m_WaitHandle, POLLIN, 0};
+    const int ready = ::poll(&fd, 1, static_cast<int>(std::max<int64_t>(left.count(), 0)));
     if (ready == 0)
-      return false;
-    if (error != EINTR)
-      throw std::system_error(error, std::generic_category(), "waiting for a frame");
-    if (PyErr_CheckSignals() != 0)
-      throw py::error_already_set();
+      return TimedOut;
+    if (ready < 0 && errno == EINTR)
+      return Interrupted;
+    if (ready < 0)
+      throw std::system_error(errno, std::generic_category(), "waiting for a frame");
   }
 }
 
@@ -291,37 +298,46 @@ py::object CGrab::MakeFrame(const Vorla::GrabResult& result) {
 
   const size_t valid = grabbed ? static_cast<size_t>(result.m_PayloadSize) : 0;
   const py::ssize_t width = result.m_SizeX, height = result.m_SizeY;
-  py::array array;
+  py::dtype type = py::dtype::of<uint8_t>();
+  std::vector<Py_intptr_t> shape{static_cast<Py_intptr_t>(valid)}, strides{1};
   if (grabbed && layout && layout->m_Channels && width > 0 && height > 0 &&
       result.m_PaddingX >= 0) {
     const py::ssize_t pixel = layout->m_Channels * layout->m_Bytes;
     const py::ssize_t line = width * pixel + result.m_PaddingX;
     if (static_cast<size_t>(line * (height - 1) + width * pixel) <= valid) {
-      const py::dtype type =
-          layout->m_Bytes == 1 ? py::dtype::of<uint8_t>() : py::dtype::of<uint16_t>();
-      if (layout->m_Channels == 1)
-        array = py::array(type, {height, width}, {line, pixel}, result.m_pBuffer, base);
-      else
-        array = py::array(type, {height, width, py::ssize_t(layout->m_Channels)},
-                          {line, pixel, py::ssize_t(layout->m_Bytes)}, result.m_pBuffer, base);
+      if (layout->m_Bytes == 2)
+        type = py::dtype::of<uint16_t>();
+      shape = {height, width};
+      strides = {line, pixel};
+      if (layout->m_Channels > 1) {
+        shape.push_back(layout->m_Channels);
+        strides.push_back(layout->m_Bytes);
+      }
     }
   }
-  if (!array)
-    array = py::array(py::dtype::of<uint8_t>(), {py::ssize_t(valid)}, {py::ssize_t(1)},
-                      result.m_pBuffer, base);
-
-  py::object frame = array.attr("view")(FrameType());
-  frame.attr("frame_number") = result.m_FrameNumber;
-  frame.attr("timestamp") = result.m_TimeStamp;
-  frame.attr("status") = grabbed ? "Grabbed" : "Failed";
-  if (layout)
-    frame.attr("pixel_format") = layout->m_Name;
-  else {
+  // A vorla.Frame straight away (no view of a plain array), its attributes in one dict.
+  auto& api = py::detail::npy_api::get();
+  py::object frame = py::reinterpret_steal<py::object>(api.PyArray_NewFromDescr_(
+      reinterpret_cast<PyTypeObject*>(FrameType().ptr()), type.release().ptr(),
+      static_cast<int>(shape.size()), shape.data(), strides.data(), result.m_pBuffer,
+      py::detail::npy_api::NPY_ARRAY_WRITEABLE_, nullptr));
+  if (!frame)
+    throw py::error_already_set();
+  api.PyArray_SetBaseObject_(frame.ptr(), base.inc_ref().ptr());
+  py::dict attributes;
+  attributes["frame_number"] = result.m_FrameNumber;
+  attributes["timestamp"] = result.m_TimeStamp;
+  attributes["status"] = grabbed ? "Grabbed" : "Failed";
+  if (layout) {
+    attributes["pixel_format"] = layout->m_Name;
+  } else {
     char unknown[16];
     std::snprintf(unknown, sizeof unknown, "0x%08X", result.m_PixelType);
-    frame.attr("pixel_format") = unknown;
+    attributes["pixel_format"] = unknown;
   }
-  frame.attr("error") = result.m_ErrorDescription.c_str();
+  attributes["error"] = result.m_ErrorDescription.c_str();
+  if (PyObject_GenericSetDict(frame.ptr(), attributes.ptr(), nullptr) != 0)
+    throw py::error_already_set();
   return frame;
 }
 

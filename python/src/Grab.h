@@ -42,9 +42,11 @@ public:
 
 private:
   void Start(Vorla::IVorlaDevice& device, const std::vector<void*>& memory, size_t payloadSize);
-  //! Waits with the GIL released until a result is ready (true) or the deadline passes; a
-  //! signal ends the wait so that its Python handler (KeyboardInterrupt) runs at once.
-  bool Wait(std::chrono::steady_clock::time_point deadline) const;
+  enum EOutcome { Got, Stopped, Starved, TimedOut, Interrupted };
+  //! Takes the next grabbed or failed result, waiting until the deadline, all with the GIL
+  //! released once; a signal ends the wait (Interrupted) so that its Python handler
+  //! (KeyboardInterrupt) runs at once.
+  EOutcome Take(Vorla::GrabResult& result, std::chrono::steady_clock::time_point deadline);
   pybind11::object MakeFrame(const Vorla::GrabResult& result);
 
   std::shared_ptr<CCamera> m_pCamera;
