@@ -73,10 +73,11 @@ int main(int argc, char** argv) {
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     const double cpu = ThreadCpuSeconds() - cpuStart;
     Execute(device, "AcquisitionStop");
-    stream.FinishGrab();
+    stream.CancelGrab();
     Vorla::GrabResult result;
     while (stream.RetrieveResult(result)) {
     }
+    stream.FinishGrab();
     for (Vorla::StreamBufferHandle handle : handles)
       stream.DeregisterBuffer(handle);
     stream.Close();

@@ -211,13 +211,17 @@ void CGrab::StopLocked(Vorla::IVorlaDevice& device) {
     Quietly([&] { ExecuteIfWritable(device, "AcquisitionStop"); });
   if (!m_pStream)
     return;
+  // Cancel, take the cancelled buffers back, then finish: FinishGrab last leaves the stream
+  // grabber opened (retrieving after it would count as prepared again) and the camera unlocked.
   if (m_Prepared)
-    Quietly([&] { m_pStream->FinishGrab(); });
+    Quietly([&] { m_pStream->CancelGrab(); });
   Quietly([&] {
     Vorla::GrabResult result;
     while (m_pStream->RetrieveResult(result)) {
     }
   });
+  if (m_Prepared)
+    Quietly([&] { m_pStream->FinishGrab(); });
   for (Vorla::StreamBufferHandle handle : m_Handles)
     Quietly([&] { m_pStream->DeregisterBuffer(handle); });
   Quietly([&] { m_pStream->Close(); });
