@@ -11,6 +11,7 @@
 #include <pybind11/stl.h>
 
 #include <functional>
+#include <set>
 #include <vector>
 
 namespace py = pybind11;
@@ -70,18 +71,25 @@ py::list CFeatures::Walk() const {
     std::vector<CFeature::SValue> found;
     GenApi::INodeMap* map = Map(device);
     GenApi::INode* root = map ? map->GetNode("Root") : nullptr;
-    const std::function<void(GenApi::INode&)> visit = [&](GenApi::INode& node) {
+    // The description decides the tree's shape: each node is listed once, and a category
+    // nested deeper than any real one is listed but not entered.
+    constexpr int MaxDepth = 32;
+    std::set<GenApi::INode*> seen;
+    const std::function<void(GenApi::INode&, int)> visit = [&](GenApi::INode& node, int depth) {
+      if (!seen.insert(&node).second)
+        return;
       found.push_back({&node, node.GetPrincipalInterfaceType(), 0, 0, node.GetName().c_str()});
-      if (auto* category = dynamic_cast<GenApi::ICategory*>(&node)) {
-        GenApi::FeatureList_t features;
-        category->GetFeatures(features);
-        for (GenApi::IValue* feature : features)
-          if (GenApi::INode* child = feature->GetNode())
-            visit(*child);
-      }
+      auto* category = dynamic_cast<GenApi::ICategory*>(&node);
+      if (!category || depth == MaxDepth)
+        return;
+      GenApi::FeatureList_t features;
+      category->GetFeatures(features);
+      for (GenApi::IValue* feature : features)
+        if (GenApi::INode* child = feature->GetNode())
+          visit(*child, depth + 1);
     };
     if (root)
-      visit(*root);
+      visit(*root, 0);
     return found;
   });
   py::list list;
