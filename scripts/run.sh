@@ -3,7 +3,8 @@
 # a port configuration that enables that port, `vorla-cl list` finding the camera, then the
 # camera opened: its info, again with its description from the cache, a feature set and read
 # back, its description saved, and three pictures grabbed through the frame-grabber plug-in into
-# PNG files.
+# PNG files; last, the same camera from Python (examples/python/grab.py: ten frames into NumPy
+# arrays, one saved).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 ./scripts/setup.sh
@@ -45,3 +46,6 @@ echo "== three pictures through the frame-grabber plug-in"
 "$bin/vorla-cl" -c HX0001 set Height=480
 "$bin/vorla-cl" -c HX0001 grab -n 3 -o "$PWD/build/default/frame-#.png"
 ls -l build/default/frame-*.png
+echo "== the camera from Python (examples/python/grab.py)"
+PYTHONPATH=$PWD/build/default/python /usr/bin/python3 examples/python/grab.py HX0001 \
+  "$PWD/build/default/frame-python.pgm"

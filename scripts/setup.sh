@@ -2,11 +2,12 @@
 # Installs the Debian 12 packages the project builds with. Safe to run again.
 # Optional extras, by name: "clang" (the second compiler of the clang preset), "fuzz" (clang and
 # libFuzzer for the harnesses under fuzz/), "mingw" (the Windows cross-compiler of the Windows
-# compile check).
+# compile check). The Python module vorla and its tests use Debian's python3 (/usr/bin/python3).
 set -euo pipefail
 packages=(g++ cmake ninja-build pkg-config libxerces-c-dev libboost-dev libboost-thread-dev
           libboost-program-options-dev zlib1g-dev libminizip-dev libpng-dev nettle-dev libgtest-dev
-          libgmock-dev libbenchmark-dev nlohmann-json3-dev)
+          libgmock-dev libbenchmark-dev nlohmann-json3-dev python3-dev pybind11-dev python3-pybind11
+          python3-numpy python3-pytest)
 for extra in "$@"; do
   case "$extra" in
     clang) packages+=(clang) ;;
