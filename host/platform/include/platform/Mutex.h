@@ -7,7 +7,10 @@
 // this list; the leaves take nothing while held and never run foreign code (a plug-in, an
 // application callback) under them.
 //
-//   0. vorla-cl's signal handler  (CInterruption; the handler it runs cancels a grab)
+//   0. the application's own      vorla-cl's signal handler (CInterruption; the handler it runs
+//                                 cancels a grab); a Python camera (python/src/Camera.h, taken
+//                                 only with the GIL released), then its grab's buffer queue
+//                                 (python/src/BufferQueue.h, held while it queues a buffer)
 //   1. transport layer            (CVorlaCLSerTl, recursive)
 //   2. device                     (CVorlaCLSerDevice, its removal link)
 //   3. stream grabber             (CVorlaCLSerStreamGrabber, the application's state machine)
