@@ -69,6 +69,7 @@ bool CAcquisitionParameters::ReadGeometry(GrabResult& record, uint64_t bufferSiz
   record.m_PayloadType = -1;
   record.m_PixelType = UndefinedPixelType;
   record.m_TimeStamp = 0;
+  record.m_GrabberTimeStamp = 0;
   record.m_SizeX = record.m_SizeY = record.m_OffsetX = record.m_OffsetY = -1;
   record.m_PaddingX = record.m_PaddingY = -1;
   record.m_PayloadSize = bufferSize;

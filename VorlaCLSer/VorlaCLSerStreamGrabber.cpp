@@ -318,7 +318,7 @@ void CVorlaCLSerStreamGrabber::Deliver(const FrameDescriptor& descriptor, uint64
     result.m_PaddingX = result.m_PaddingY = 0;
     result.m_PayloadType = 0;
     result.m_FrameNumber = descriptor.m_FrameValue;
-    result.m_TimeStamp = timeStampNs;
+    result.m_GrabberTimeStamp = timeStampNs;
   } else {
     result.m_Status = Failed;
     result.m_ErrorCode = 0xFFFFFFFF;

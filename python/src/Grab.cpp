@@ -330,7 +330,7 @@ py::object CGrab::MakeFrame(const Vorla::GrabResult& result) {
   api.PyArray_SetBaseObject_(frame.ptr(), base.inc_ref().ptr());
   py::dict attributes;
   attributes["frame_number"] = result.m_FrameNumber;
-  attributes["timestamp"] = result.m_TimeStamp;
+  attributes["timestamp"] = result.m_GrabberTimeStamp;
   attributes["status"] = grabbed ? "Grabbed" : "Failed";
   if (layout) {
     attributes["pixel_format"] = layout->m_Name;

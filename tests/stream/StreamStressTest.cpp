@@ -59,7 +59,7 @@ TEST(StreamGrabberStress, RealPluginsBringEveryBufferBackAcrossSessions) {
     const rig::SStressSource source{256 * 64, [](uint64_t) {}, [&] { return grabbed.load(); },
                                     [&](const GrabResult& r) {
                                       ++grabbed;
-                                      return r.m_TimeStamp != 0 &&
+                                      return r.m_TimeStamp == 0 && r.m_GrabberTimeStamp != 0 &&
                                              camsim::CTestPattern::Check(
                                                  static_cast<const uint8_t*>(r.m_pBuffer),
                                                  r.m_PayloadSize, geometry);

@@ -186,14 +186,14 @@ int Grab(Vorla::IVorlaDevice& device, const SGrabOptions& options) {
     while (progress.Done() < options.m_Count && !interrupted() && stream->RetrieveResult(result)) {
       if (options.m_Verbose)
         std::printf("frame %" PRId32 "  time stamp %" PRIu64 "  %s\n", result.m_FrameNumber,
-                    result.m_TimeStamp, StatusName(result.m_Status));
+                    result.m_GrabberTimeStamp, StatusName(result.m_Status));
       if (result.m_Status == Vorla::Grabbed) {
         if (save) {
           SPngImage image = CPixelConverter::Convert(
               result.m_pBuffer, static_cast<size_t>(result.m_PayloadSize), result.m_PixelType,
               static_cast<uint32_t>(result.m_SizeX), static_cast<uint32_t>(result.m_SizeY));
           image.m_Texts = {{"FrameNumber", std::to_string(result.m_FrameNumber)},
-                           {"TimeStamp", std::to_string(result.m_TimeStamp)},
+                           {"TimeStamp", std::to_string(result.m_GrabberTimeStamp)},
                            {"PixelFormat", pixelFormat},
                            {"SerialNumber", serial}};
           CPngWriter::Write(paths.Path(progress.GrabbedFrames()), image);

@@ -32,7 +32,7 @@ struct GrabResult {
   int32_t m_FrameNumber = 0;                 //!< the frame-grabber's value for the frame
   int32_t m_PayloadType = -1;                //!< 0 (image) once a frame has been grabbed
   uint32_t m_PixelType = UndefinedPixelType; //!< an EPixelType
-  uint64_t m_TimeStamp = 0;                  //!< the frame grabber's frame time in ns, or 0
+  uint64_t m_TimeStamp = 0;                  //!< 0: the Camera Link transport leaves it unset
   int32_t m_SizeX = -1;                      //!< width in pixels
   int32_t m_SizeY = -1;                      //!< height in lines
   int32_t m_OffsetX = -1;                    //!< horizontal offset of the region in pixels
@@ -42,6 +42,9 @@ struct GrabResult {
   uint64_t m_PayloadSize = 0;           //!< the buffer's size, then the valid bytes of the frame
   uint32_t m_ErrorCode = 0;             //!< 0, or 0xFFFFFFFF for a failed frame
   GenICam::gcstring m_ErrorDescription; //!< why the frame failed, else empty
+  //! The frame grabber's time of the frame in ns on its own clock (FgCallee::FrameReadyAt), or 0
+  //! when the grabber gives none. Kept apart from m_TimeStamp, which this transport never sets.
+  uint64_t m_GrabberTimeStamp = 0;
 };
 
 } // namespace Vorla
