@@ -11,8 +11,6 @@
 #include <random>
 #include <system_error>
 
-#include <unistd.h>
-
 namespace GenCPDriver {
 namespace fs = std::filesystem;
 namespace {
@@ -112,10 +110,11 @@ bool CDescriptionCache::Store(const GenCP::Sha1Digest& sha1, const std::vector<s
     return false;
   }
   const std::string path = PathOf(sha1);
-  // A name no other writer uses; the rename makes the entry appear whole or not at all.
+  // A name no other writer uses (64 random bits); the rename makes the entry appear whole or
+  // not at all.
   std::random_device random;
   const std::string temporary =
-      path + ".tmp." + std::to_string(::getpid()) + "." + std::to_string(random());
+      path + ".tmp." + std::to_string(random()) + "." + std::to_string(random());
   {
     std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
     out.write(reinterpret_cast<const char*>(file.data()),
