@@ -47,7 +47,7 @@ std::int64_t TimeValue(std::filesystem::file_time_type time) {
 
 } // namespace
 
-CPortConfiguration::CPortConfiguration(boost::recursive_mutex& transportLayerLock)
+CPortConfiguration::CPortConfiguration(Platform::CRecursiveMutex& transportLayerLock)
     : m_lock(transportLayerLock) {}
 
 gcstring CPortConfiguration::BuildPath() {
@@ -87,7 +87,7 @@ unsigned int CPortConfiguration::LoadPortConfiguration() {
 
   std::int64_t modificationTime = 0;
   {
-    boost::recursive_mutex::scoped_lock guard(m_lock);
+    Platform::CLockGuard<Platform::CRecursiveMutex> guard(m_lock);
     std::error_code ec;
     const auto time = std::filesystem::last_write_time(path, ec);
     if (ec == std::errc::no_such_file_or_directory) {
@@ -113,7 +113,7 @@ unsigned int CPortConfiguration::LoadPortConfiguration() {
     throw;
   }
 
-  boost::recursive_mutex::scoped_lock guard(m_lock);
+  Platform::CLockGuard<Platform::CRecursiveMutex> guard(m_lock);
   m_modificationTime = modificationTime;
   m_path = path;
   m_table.swap(table);
@@ -121,17 +121,17 @@ unsigned int CPortConfiguration::LoadPortConfiguration() {
 }
 
 PortConfigurationTable CPortConfiguration::GetTable() const {
-  boost::recursive_mutex::scoped_lock guard(m_lock);
+  Platform::CLockGuard<Platform::CRecursiveMutex> guard(m_lock);
   return m_table;
 }
 
 gcstring CPortConfiguration::GetPath() const {
-  boost::recursive_mutex::scoped_lock guard(m_lock);
+  Platform::CLockGuard<Platform::CRecursiveMutex> guard(m_lock);
   return m_path;
 }
 
 std::int64_t CPortConfiguration::GetModificationTime() const {
-  boost::recursive_mutex::scoped_lock guard(m_lock);
+  Platform::CLockGuard<Platform::CRecursiveMutex> guard(m_lock);
   return m_modificationTime;
 }
 

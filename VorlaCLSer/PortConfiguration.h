@@ -4,7 +4,7 @@
 #include <Base/GCBase.h>
 #include <VorlaBase/IEnumerationReporter.h>
 
-#include <boost/thread/recursive_mutex.hpp>
+#include <platform/Mutex.h>
 
 #include <cstdint>
 #include <vector>
@@ -31,7 +31,7 @@ using PortConfigurationTable = std::vector<SPortConfigurationEntry>;
 //! last to finish wins.
 class CPortConfiguration {
 public:
-  explicit CPortConfiguration(boost::recursive_mutex& transportLayerLock);
+  explicit CPortConfiguration(Platform::CRecursiveMutex& transportLayerLock);
   CPortConfiguration(const CPortConfiguration&) = delete;
   CPortConfiguration& operator=(const CPortConfiguration&) = delete;
 
@@ -56,10 +56,10 @@ public:
                                            GenICam::gcstring& problem);
 
 private:
-  boost::recursive_mutex& m_lock; // the transport layer's lock, owned by the transport layer
-  PortConfigurationTable m_table;
-  GenICam::gcstring m_path;
-  std::int64_t m_modificationTime = 0;
+  Platform::CRecursiveMutex& m_lock; // the transport layer's lock, owned by the transport layer
+  PortConfigurationTable m_table VORLA_GUARDED_BY(m_lock);
+  GenICam::gcstring m_path VORLA_GUARDED_BY(m_lock);
+  std::int64_t m_modificationTime VORLA_GUARDED_BY(m_lock) = 0;
 };
 
 } // namespace Vorla

@@ -5,6 +5,7 @@
 #include <GenApi/Synch.h>
 #include <GenApi/Types.h>
 #include <VorlaBase/IVorlaDevice.h>
+#include <platform/Mutex.h>
 #include <vorla/VorlaCLSerDeviceInfo.h>
 
 #include <atomic>
@@ -82,8 +83,8 @@ private:
   std::unique_ptr<CVorlaCLSerStreamGrabber> m_pStreamGrabber;
   // Guards the removal link and the callback list; callbacks run without it. Owned by the device.
   mutable GenApi::CLock m_Lock;
-  IVorlaDevice* m_pRemovalLink = nullptr;
-  CallbackList m_RemovalCallbacks; // owned clones, in registration order
+  IVorlaDevice* m_pRemovalLink VORLA_GUARDED_BY(m_Lock) = nullptr;
+  CallbackList m_RemovalCallbacks VORLA_GUARDED_BY(m_Lock); // owned clones, in registration order
   gcstring m_Name;
   GenApi::CallbackHandleType m_hAutoCloseTimeoutCallback = 0;
   std::atomic<bool> m_IsOpen{false}; // also asked by a probe on a discovery thread

@@ -10,11 +10,11 @@
 namespace Vorla {
 
 CVorlaCLSerDiscovery::CVorlaCLSerDiscovery(CPortConfiguration& configuration, PortLookup lookup,
-                                           boost::recursive_mutex& lock)
+                                           Platform::CRecursiveMutex& lock)
     : m_configuration(configuration), m_lookup(std::move(lookup)), m_lock(lock) {}
 
 SEnumerationReport CVorlaCLSerDiscovery::GetLastReport() const {
-  boost::recursive_mutex::scoped_lock guard(m_lock);
+  Platform::CLockGuard<Platform::CRecursiveMutex> guard(m_lock);
   return m_lastReport;
 }
 
@@ -25,7 +25,7 @@ int CVorlaCLSerDiscovery::EnumerateDevices(DeviceInfoList& list) {
   // Published on every way out, so that a caller can explain an empty result.
   const auto publish = [&] {
     report.DevicesFound = static_cast<uint32_t>(count);
-    boost::recursive_mutex::scoped_lock guard(m_lock);
+    Platform::CLockGuard<Platform::CRecursiveMutex> guard(m_lock);
     m_lastReport = report;
   };
   try {

@@ -5,7 +5,7 @@
 #include <VorlaBase/DeviceInfo.h>
 #include <VorlaBase/IEnumerationReporter.h>
 
-#include <boost/thread/recursive_mutex.hpp>
+#include <platform/Mutex.h>
 
 #include <functional>
 
@@ -25,16 +25,14 @@ public:
 
   //! `lock` guards the configuration state and the report (the transport layer's lock).
   CVorlaCLSerDiscovery(CPortConfiguration& configuration, PortLookup lookup,
-                       boost::recursive_mutex& lock);
+                       Platform::CRecursiveMutex& lock);
 
   //! Appends a record per camera found; the number appended.
   int EnumerateDevices(DeviceInfoList& list);
   //! What the last enumeration to finish saw.
   SEnumerationReport GetLastReport() const;
 
-  //! The DeviceID that answered on each usable port, or an empty slot.
-  void ProbePorts(const gcstring_vector& usablePorts, gcstring_vector& deviceIds,
-                  SEnumerationReport* report = nullptr);
+protected:
   //! The enabled entry of the port that fits the camera best, null when none does.
   static const SPortConfigurationEntry* FindPortEntry(const gcstring& portId,
                                                       const gcstring& deviceId,
@@ -43,10 +41,14 @@ public:
                                                      const gcstring& deviceId);
 
 private:
+  //! The DeviceID that answered on each usable port, or an empty slot.
+  void ProbePorts(const gcstring_vector& usablePorts, gcstring_vector& deviceIds,
+                  SEnumerationReport* report = nullptr);
+
   CPortConfiguration& m_configuration;
   const PortLookup m_lookup;
-  boost::recursive_mutex& m_lock;
-  SEnumerationReport m_lastReport; // replaced whole under m_lock
+  Platform::CRecursiveMutex& m_lock;
+  SEnumerationReport m_lastReport VORLA_GUARDED_BY(m_lock); // replaced whole
 };
 
 } // namespace Vorla

@@ -27,7 +27,7 @@ CVorlaCLSerTl::CVorlaCLSerTl()
           [this](const gcstring& id) -> CVorlaCLSerPort& { return GetPort(id); }, m_lock) {}
 
 CVorlaCLSerTl::~CVorlaCLSerTl() {
-  boost::recursive_mutex::scoped_lock guard(m_lock);
+  Platform::CLockGuard<Platform::CRecursiveMutex> guard(m_lock);
   DestroyAllDevices();
   while (!m_ports.empty()) {
     const auto it = m_ports.begin();
@@ -41,7 +41,7 @@ CTlInfo CVorlaCLSerTl::GetTlInfo() const {
 }
 
 CVorlaCLSerPort& CVorlaCLSerTl::GetPort(const gcstring& portId) {
-  boost::recursive_mutex::scoped_lock guard(m_lock);
+  Platform::CLockGuard<Platform::CRecursiveMutex> guard(m_lock);
   auto& port = m_ports[portId];
   if (!port)
     port = std::make_unique<CVorlaCLSerPort>(portId);

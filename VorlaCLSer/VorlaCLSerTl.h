@@ -7,7 +7,7 @@
 #include <vorla/VorlaCLSerDeviceInfo.h>
 #include <vorla/private/TransportLayerPrivateImpl.h>
 
-#include <boost/thread/recursive_mutex.hpp>
+#include <platform/Mutex.h>
 
 #include <map>
 #include <memory>
@@ -49,12 +49,13 @@ public:
 
 private:
   //! The cached port of a port id, made on first need (under the transport-layer lock).
-  CVorlaCLSerPort& GetPort(const gcstring& portId);
+  CVorlaCLSerPort& GetPort(const gcstring& portId) VORLA_EXCLUDES(m_lock);
 
-  // Guards the port cache and the port configuration state. Owned by the transport layer;
-  // probing and parsing run outside it. Mutable: the report getter is const.
-  mutable boost::recursive_mutex m_lock;
-  std::map<gcstring, std::unique_ptr<CVorlaCLSerPort>> m_ports;
+  // The transport-layer lock, first in the product's lock order: guards the port cache and the
+  // port configuration state. Owned by the transport layer; probing and parsing run outside it.
+  // Mutable: the report getter is const.
+  mutable Platform::CRecursiveMutex m_lock;
+  std::map<gcstring, std::unique_ptr<CVorlaCLSerPort>> m_ports VORLA_GUARDED_BY(m_lock);
   CPortConfiguration m_portConfiguration{m_lock};
   CVorlaCLSerDiscovery m_discovery;
 };

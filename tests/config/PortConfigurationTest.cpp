@@ -40,7 +40,7 @@ protected:
   CEnvGuard m_xdg{"XDG_CONFIG_DIRS"};
   CTempFolder m_folder;
   std::string m_path = m_folder.File(kFileName);
-  boost::recursive_mutex m_lock;
+  Vorla::Platform::CRecursiveMutex m_lock;
   CPortConfiguration m_config{m_lock};
   vxlog::CLogCapture m_log;
 };
@@ -226,7 +226,7 @@ TEST_F(PortConfiguration, ConcurrentReadsOfTwoTransportLayers) {
   // A fresh configuration parses on every load, so both threads keep Xerces busy.
   auto worker = [](unsigned int* failures) {
     for (int i = 0; i < 20; ++i) {
-      boost::recursive_mutex lock;
+      Vorla::Platform::CRecursiveMutex lock;
       CPortConfiguration config(lock);
       *failures += config.LoadPortConfiguration() != 200u;
     }

@@ -9,6 +9,14 @@ using namespace Vorla;
 using rig::CBindingsFolder;
 
 namespace {
+// The matching rules of discovery, reached without a serial port.
+struct CDiscoverySeam : CVorlaCLSerDiscovery {
+  using CVorlaCLSerDiscovery::BuildDeviceInfo;
+  using CVorlaCLSerDiscovery::FindPortEntry;
+};
+} // namespace
+
+namespace {
 class Discovery : public rig::CLoopbackTest {
 protected:
   static gcstring Property(const CDeviceInfo& info, const char* key) {
@@ -149,18 +157,16 @@ TEST(DiscoveryRules, BestEntryScoresManufacturerFamilyAndModel) {
       Entry("P#1", "Hexmar", "Fam", "Mod"),        // tie: the earlier one stays
       Entry("P#1", "Someone", "Fam", "Mod"),       // no candidate
   };
-  EXPECT_EQ(CVorlaCLSerDiscovery::FindPortEntry("P#1", deviceId, table), &table[4]);
+  EXPECT_EQ(CDiscoverySeam::FindPortEntry("P#1", deviceId, table), &table[4]);
   const PortConfigurationTable partial{table[0], table[2]};
-  EXPECT_EQ(CVorlaCLSerDiscovery::FindPortEntry("P#1", deviceId, partial), &partial[1]);
-  EXPECT_EQ(CVorlaCLSerDiscovery::FindPortEntry("P#2", deviceId, table), nullptr);
-  EXPECT_EQ(CVorlaCLSerDiscovery::FindPortEntry("P#1", "/opt/cl#libX.so#Someone#Fam", table),
-            &table[6]);
+  EXPECT_EQ(CDiscoverySeam::FindPortEntry("P#1", deviceId, partial), &partial[1]);
+  EXPECT_EQ(CDiscoverySeam::FindPortEntry("P#2", deviceId, table), nullptr);
+  EXPECT_EQ(CDiscoverySeam::FindPortEntry("P#1", "/opt/cl#libX.so#Someone#Fam", table), &table[6]);
 }
 
 TEST(DiscoveryRules, RecordsOfUnparsableDeviceIdsStillCarryPortAndDeviceId) {
   vxlog::CLogCapture log;
-  const CVorlaCLSerTlDeviceInfoImpl record =
-      CVorlaCLSerDiscovery::BuildDeviceInfo("P#1", "garbage");
+  const CVorlaCLSerTlDeviceInfoImpl record = CDiscoverySeam::BuildDeviceInfo("P#1", "garbage");
   EXPECT_EQ(log.Count("Could not parse DeviceID 'garbage' for PortID 'P#1'."), 1u);
   EXPECT_EQ(record.GetPortID(), "P#1");
   EXPECT_EQ(record.GetDeviceID(), "garbage");
@@ -169,7 +175,7 @@ TEST(DiscoveryRules, RecordsOfUnparsableDeviceIdsStillCarryPortAndDeviceId) {
   EXPECT_EQ(record.GetDeviceClass(), "HexmarCameraLink");
 
   const PortConfigurationTable table{Entry("P#1", "Hexmar", "Fam", "Mod")};
-  EXPECT_EQ(CVorlaCLSerDiscovery::FindPortEntry("P#1", "garbage", table), nullptr);
+  EXPECT_EQ(CDiscoverySeam::FindPortEntry("P#1", "garbage", table), nullptr);
   EXPECT_EQ(log.Count("Could not parse DeviceID 'garbage', skipping!"), 1u);
 }
 

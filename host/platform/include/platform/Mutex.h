@@ -17,8 +17,16 @@
 //   4. plug-in control            (every IFrameGrabber call passes through it, one at a time)
 //   5. camera node map            (GenApi's node-map lock; node callbacks fire inside it)
 //   6. port                       (CVorlaCLSerPort, recursive, serial I/O)
+//   6a. port timer                (the port's timeout and inactivity timer; its holder waits
+//                                  only for the timer thread's hand-over, never for 6)
 //   7. timer service              (the process's timer thread and its table)
-//   leaves: buffer table, node-callback table, removal-callback list, log sinks
+//   leaves: buffer table, node-callback table, removal-callback list, log sinks, the port's
+//           removal-sink lock, the inactivity timer's hand-over to its worker
+//
+// A port's inactivity close runs on a worker thread of the port's timer, not on the timer
+// thread: the worker takes 6 like any caller. The device lock (2) is the device's GenApi CLock,
+// annotated like these; it guards the removal link and the removal-callback list, and no
+// callback runs under it.
 //
 // A plug-in call made under 4 may wait for the plug-in's own delivery threads. Those threads
 // deliver frames through 5, 6 and the buffer table only: they never take 1 to 4, and no lock
@@ -82,8 +90,7 @@ private:
 };
 
 //! Holds a lock for a scope. Bound to the thread that made it.
-template <class TMutex>
-class VORLA_SCOPED_CAPABILITY CLockGuard {
+template <class TMutex> class VORLA_SCOPED_CAPABILITY CLockGuard {
 public:
   explicit CLockGuard(TMutex& mutex) VORLA_ACQUIRE(mutex) : m_mutex(mutex) { m_mutex.lock(); }
   ~CLockGuard() VORLA_RELEASE() { m_mutex.unlock(); }
@@ -96,8 +103,7 @@ private:
 
 //! A scope's lock that may be dropped and taken again inside the scope (around a call that must
 //! run unlocked, or by a condition variable's wait). Bound to the thread that made it.
-template <class TMutex>
-class VORLA_SCOPED_CAPABILITY CUniqueLock {
+template <class TMutex> class VORLA_SCOPED_CAPABILITY CUniqueLock {
 public:
   explicit CUniqueLock(TMutex& mutex) VORLA_ACQUIRE(mutex) : m_mutex(mutex) { Lock(); }
   ~CUniqueLock() VORLA_RELEASE() {
