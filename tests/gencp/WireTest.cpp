@@ -118,7 +118,7 @@ Bytes Archive(const Bytes& content, std::uint64_t declared, bool zip64) {
     put(5, 2);
     put(zip64 ? 20 : 0, 2);
     if (central)
-      put(0, 14); // comment, disk, attributes, local header at 0
+      out.insert(out.end(), 14, 0); // comment, disk, attributes, local header at 0
     out.insert(out.end(), {'a', '.', 'x', 'm', 'l'});
     if (zip64) {
       put(1, 2);
