@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds the Windows side (preset "windows": mingw-w64, the dependencies of
 # scripts/windows-deps.sh) and runs its test suites under Wine, in a Wine prefix of its own
-# (build/wine). Usage: scripts/windows-test.sh [ctest arguments...]
+# (build/wine), then drives vorla-cl.exe against the Linux simulator over a Wine COM port.
+# Usage: scripts/windows-test.sh [ctest arguments...]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 export CCACHE_DIR=${CCACHE_DIR:-/work/.ccache} CCACHE_BASEDIR=${CCACHE_BASEDIR:-$PWD} CCACHE_NOHASHDIR=1
@@ -30,4 +31,9 @@ fi
 cmake --preset windows >/dev/null
 nice -n 10 cmake --build --preset windows -j2
 ctest --preset windows "$@"
+
+# End to end: vorla-cl.exe reaches the Linux simulator through a Wine COM port.
+cmake --preset default >/dev/null
+nice -n 10 cmake --build --preset default -j2 --target vorla-camsim
+tests/tools/vorla_cl_windows.sh "$PWD/build/default/bin" "$PWD/build/windows/bin"
 wineserver -k || true
