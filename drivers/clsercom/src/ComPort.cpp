@@ -85,7 +85,7 @@ CLINT32 CComPort::Open() {
   return CL_ERR_NO_ERR;
 }
 
-long CComPort::Receive(CLUINT32 waitMs) {
+long CComPort::Receive(CLUINT32 waitMs, std::size_t wanted) {
   // MAXDWORD/MAXDWORD/n: return at once with whatever is queued, else wait up to n ms for the
   // first byte. MAXDWORD/0/0: return at once.
   COMMTIMEOUTS timeouts{};
@@ -94,9 +94,12 @@ long CComPort::Receive(CLUINT32 waitMs) {
   timeouts.ReadTotalTimeoutConstant = waitMs;
   if (!::SetCommTimeouts(Native(m_handle), &timeouts))
     return -1;
+  // Asking for no more than is missing lets a driver that ignores the first-byte rule (Wine's
+  // does) return as soon as the read is complete instead of at the time-out.
   CLINT8 chunk[4096];
   DWORD got = 0;
-  if (!::ReadFile(Native(m_handle), chunk, sizeof chunk, &got, nullptr))
+  const DWORD ask = static_cast<DWORD>(std::min<std::size_t>(wanted, sizeof chunk));
+  if (!::ReadFile(Native(m_handle), chunk, ask, &got, nullptr))
     return -1;
   m_pending.insert(m_pending.end(), chunk, chunk + got);
   return static_cast<long>(got);
@@ -117,7 +120,7 @@ CLINT32 CComPort::Read(CLINT8* buffer, CLUINT32* size, CLUINT32 timeoutMs) {
     const DWORD left = MsLeft(deadline);
     if (left == 0)
       return CL_ERR_TIMEOUT;
-    if (Receive(left) < 0) {
+    if (Receive(left, want - m_pending.size()) < 0) {
       // The port went away: behave like a silent line, not like a busy one.
       std::this_thread::sleep_until(deadline);
       return CL_ERR_TIMEOUT;

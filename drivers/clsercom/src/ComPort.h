@@ -2,6 +2,7 @@
 #include <CLProtocol/ClSerialTypes.h>
 #include <platform/Mutex.h>
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -30,9 +31,9 @@ public:
   static CLUINT32 SupportedBaudRates();
 
 private:
-  //! Reads what arrives within `waitMs` (0: only what is there) into m_pending; the byte count,
-  //! -1 when the port is gone.
-  long Receive(CLUINT32 waitMs) VORLA_REQUIRES(m_lock);
+  //! Reads at most `wanted` bytes of what arrives within `waitMs` into m_pending; the byte
+  //! count, -1 when the port is gone.
+  long Receive(CLUINT32 waitMs, std::size_t wanted) VORLA_REQUIRES(m_lock);
 
   const std::string m_name;
   Vorla::Platform::CMutex m_lock; // leaf, owned by this port

@@ -1,8 +1,6 @@
 #include "ComPortTable.h"
 
-#include <algorithm>
-#include <cstdlib>
-#include <cstring>
+#include <string>
 
 #include <windows.h>
 
@@ -12,37 +10,17 @@ using Vorla::Platform::CMutex;
 namespace ClSerCom {
 namespace {
 
-// "COM<number>" -> number, 0 for any other name.
-unsigned long ComNumber(const std::string& name) {
-  if (name.size() < 4 || _strnicmp(name.c_str(), "COM", 3) != 0)
-    return 0;
-  char* end = nullptr;
-  const unsigned long n = std::strtoul(name.c_str() + 3, &end, 10);
-  return *end == '\0' ? n : 0;
-}
-
-// The COM ports among the system's DOS device names.
+// The system's COM ports: every COM<n> the object manager knows (the device map lists them on
+// Windows; Wine resolves each name but does not list them all).
 std::vector<std::string> SystemPorts() {
-  // The list grows with the devices the system has: try a few sizes, each bounded.
-  for (DWORD size = 16 * 1024; size <= 1024 * 1024; size *= 4) {
-    std::vector<char> names(size);
-    const DWORD n = ::QueryDosDeviceA(nullptr, names.data(), size);
-    if (n == 0) {
-      if (::GetLastError() == ERROR_INSUFFICIENT_BUFFER)
-        continue;
-      return {};
-    }
-    std::vector<std::string> ports;
-    for (const char* p = names.data(); p < names.data() + n && *p; p += std::strlen(p) + 1)
-      if (ComNumber(p) != 0)
-        ports.emplace_back(p);
-    std::sort(ports.begin(), ports.end(), [](const std::string& a, const std::string& b) {
-      return ComNumber(a) < ComNumber(b);
-    });
-    ports.erase(std::unique(ports.begin(), ports.end()), ports.end());
-    return ports;
+  std::vector<std::string> ports;
+  char target[MAX_PATH];
+  for (int n = 1; n <= 256; ++n) {
+    const std::string name = "COM" + std::to_string(n);
+    if (::QueryDosDeviceA(name.c_str(), target, sizeof target) != 0)
+      ports.push_back(name);
   }
-  return {};
+  return ports;
 }
 
 } // namespace
@@ -54,11 +32,13 @@ CComPortTable& CComPortTable::Instance() {
 }
 
 std::vector<std::string> CComPortTable::Devices() {
-  const char* list = std::getenv("CLSERCOM_PORTS");
-  if (!list)
+  // The process environment itself, so that a change made with SetEnvironmentVariable counts.
+  char list[4096];
+  const DWORD length = ::GetEnvironmentVariableA("CLSERCOM_PORTS", list, sizeof list);
+  if (length == 0 && ::GetLastError() == ERROR_ENVVAR_NOT_FOUND)
     return SystemPorts();
   std::vector<std::string> devices;
-  const std::string all(list);
+  const std::string all(list, length < sizeof list ? length : 0);
   size_t pos = 0;
   while (pos <= all.size()) {
     size_t end = all.find(';', pos);
