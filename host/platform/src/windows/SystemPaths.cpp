@@ -3,6 +3,8 @@
 #include <shlobj.h>
 #include <shlwapi.h>
 #include <windows.h>
+// shlwapi.h maps PathAppend to PathAppendA: the DLL must export the name its header declares.
+#undef PathAppend
 
 namespace Vorla {
 namespace Platform {
