@@ -15,12 +15,6 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
-#elif defined(_WIN32)
-#define NOMINMAX // windows.h must not take std::min away
-#include <windows.h>
-
-#include <algorithm>
-#include <thread>
 #endif
 
 namespace VideoCable {
@@ -159,49 +153,6 @@ bool Trusted(const bip::shared_memory_object& object, const std::string& name, s
     why = "'" + name + "' may be written by any user";
     return false;
   }
-  return true;
-}
-
-} // namespace
-
-#elif defined(_WIN32)
-
-// WaitOnAddress does not cross processes; until a named event per cable is added here, a
-// reader wakes after a short sleep.
-void CCableSegment::Wait(std::atomic<std::uint32_t>& word, std::uint32_t expected,
-                         std::chrono::milliseconds timeout) {
-  if (word.load() == expected)
-    std::this_thread::sleep_for(std::min(timeout, std::chrono::milliseconds(1)));
-}
-
-void CCableSegment::WakeAll(std::atomic<std::uint32_t>&) {}
-
-bool CCableSegment::ProcessAlive(std::int64_t pid) {
-  HANDLE h = ::OpenProcess(SYNCHRONIZE, FALSE, static_cast<DWORD>(pid));
-  if (!h)
-    return false;
-  const bool alive = ::WaitForSingleObject(h, 0) == WAIT_TIMEOUT;
-  ::CloseHandle(h);
-  return alive;
-}
-
-std::int64_t CCableSegment::CurrentProcess() {
-  return ::GetCurrentProcessId();
-}
-
-std::uint64_t CCableSegment::Now() {
-  return ::GetTickCount64() * 1000000;
-}
-
-namespace {
-
-// The object's default security (its creator and administrators) until the Windows side
-// checks ownership itself.
-bip::permissions CreatePermissions(const std::string&) {
-  return bip::permissions();
-}
-
-bool Trusted(const bip::shared_memory_object&, const std::string&, std::string&) {
   return true;
 }
 

@@ -130,8 +130,12 @@ void CCableSegment::Create(const std::string& name, std::size_t size) {
   m_Impl = std::move(impl);
 }
 
-bool CCableSegment::Open(const std::string& name) {
+// Objects in the session's "Local\" namespace are reachable only by this logon session, which
+// stands in for the owner check of the POSIX side.
+bool CCableSegment::Open(const std::string& name, std::string* why) {
   Close();
+  if (why)
+    why->clear();
   auto impl = std::make_unique<SImpl>();
   impl->m_Mapping = ::OpenFileMappingA(FILE_MAP_ALL_ACCESS, FALSE, ObjectName(name, "").c_str());
   if (!impl->m_Mapping || !impl->Map(name))
@@ -185,6 +189,10 @@ bool CCableSegment::ProcessAlive(std::int64_t pid) {
 
 std::int64_t CCableSegment::CurrentProcess() {
   return ::GetCurrentProcessId();
+}
+
+std::uint64_t CCableSegment::Now() {
+  return static_cast<std::uint64_t>(::GetTickCount64()) * 1000000u;
 }
 
 } // namespace VideoCable
