@@ -563,6 +563,8 @@ TEST_F(Creation, MissingDescriptionsFailWithTheirReasonAndLeaveNothingBehind) {
   EXPECT_EQ(m_tl->GetRefCount(), references);
 }
 
+// Also the port's own race: a re-arm under the port lock never waits for an inactivity close
+// that waits for that lock. Run under the tsan preset too.
 TEST_F(Device, AutoCloseTimeoutRacingWithRegisterAccessEndsAsTheLastWriteSays) {
   COwnPortDevice own(Enumerate().at(0));
   CVorlaCLSerPort& port = own.m_port;

@@ -12,7 +12,6 @@
 #include <cstring>
 #include <functional>
 #include <thread>
-#include <vector>
 
 using namespace Vorla;
 using testsupport::Thrown;
@@ -248,59 +247,6 @@ TEST_F(Port, ProbeOfAnOpenDeviceAsksTheCameraForItsSerialNumber) {
   port.Probe(answer);
   EXPECT_EQ(answer, "");
   EXPECT_EQ(sink.m_removals, 1);
-}
-
-// Accesses race the inactivity timer: the re-arm under the port lock must never wait for a
-// callback that waits for that lock. Run under the tsan preset too.
-TEST_F(Port, InactivityCloseNeverDeadlocksAgainstAccesses) {
-  COpenDevice d;
-  ASSERT_TRUE(d.Open());
-  CVorlaCLSerPort& port = d.port;
-  port.SetAutoCloseTimeout(1);
-  std::atomic<int> reads{0};
-  auto reader = [&] {
-    for (int i = 0; i < 100; ++i) {
-      EXPECT_EQ(ReadSerial(port), "SN1");
-      ++reads;
-      if (i % 10 == 0) // idle long enough for the timer to fire now and then
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-  };
-  std::thread a(reader), b(reader);
-  a.join();
-  b.join();
-  EXPECT_EQ(reads, 200);
-  port.SetAutoCloseTimeout(0);
-  EXPECT_EQ(ReadSerial(port), "SN1"); // the timer may have closed it just before
-  EXPECT_TRUE(port.Close(false));
-}
-
-// The device's AutoCloseTimeout node may be written from many threads at once while reads
-// re-arm under the port lock: the timer must end armed with the value stored last, so a 0
-// stored last never lets an earlier timer close the port. Run under the tsan preset too.
-TEST_F(Port, RacingTimeoutChangesEndingInZeroNeverClose) {
-  COpenDevice d;
-  ASSERT_TRUE(d.Open());
-  CVorlaCLSerPort& port = d.port;
-  std::vector<std::thread> threads;
-  for (uint32_t t = 0; t < 4; ++t)
-    threads.emplace_back([&port, t] {
-      for (uint32_t i = 0; i < 100; ++i)
-        port.SetAutoCloseTimeout(i % 3 == 0 ? 0 : 20 + (i + t) % 20);
-      port.SetAutoCloseTimeout(0);
-    });
-  for (int t = 0; t < 2; ++t)
-    threads.emplace_back([&port] {
-      for (int i = 0; i < 30; ++i)
-        EXPECT_EQ(ReadSerial(port), "SN1");
-    });
-  for (auto& t : threads)
-    t.join();
-  EXPECT_EQ(ReadSerial(port), "SN1"); // reopens if a timer closed it during the race
-  m_log.Clear();
-  std::this_thread::sleep_for(std::chrono::milliseconds(80)); // past every timeout set above
-  EXPECT_TRUE(port.IsConnected());
-  EXPECT_EQ(m_log.CountContaining("AutoClosing"), 0u);
 }
 
 // One timer thread serves every port: an access holding the port lock for long (a description
