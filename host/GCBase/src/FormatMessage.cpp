@@ -103,11 +103,11 @@ gcstring FormatForeignText256(const char* text) {
       continue;
     }
     // The directive's flags, width and precision as written; '*' would take an argument.
-    gcstring spec = "%";
+    gcstring directive = "%";
     bool readsArgument = false;
     while (*p && std::strchr("-+ #0123456789.*", *p)) {
       readsArgument = readsArgument || *p == '*';
-      spec += *p++;
+      directive += *p++;
     }
     // Length modifiers, Windows' "I64"/"I32" among them, only say what the missing argument was.
     while (*p && std::strchr("hlLqjztI", *p)) {
@@ -123,9 +123,9 @@ gcstring FormatForeignText256(const char* text) {
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #endif
     if (!readsArgument && conversion && std::strchr("diouxX", conversion))
-      n = std::snprintf(buffer, sizeof buffer, (spec + "ll" + conversion).c_str(), 0LL);
+      n = std::snprintf(buffer, sizeof buffer, (directive + "ll" + conversion).c_str(), 0LL);
     else if (!readsArgument && conversion && std::strchr("eEfFgGaA", conversion))
-      n = std::snprintf(buffer, sizeof buffer, (spec + conversion).c_str(), 0.0);
+      n = std::snprintf(buffer, sizeof buffer, (directive + conversion).c_str(), 0.0);
 #if defined(__GNUC__)
 #pragma GCC diagnostic pop
 #endif
