@@ -55,9 +55,11 @@ TEST_F(Callbacks, InsideLockRunsUnderTheMapLockOutsideLockDoesNot) {
     // Another thread cannot take a lock that this thread holds.
     bool free = false;
     std::thread([&] {
-      free = map->GetLock().TryLock();
-      if (free)
-        map->GetLock().Unlock();
+      CLock& lock = map->GetLock();
+      if (lock.TryLock()) {
+        free = true;
+        lock.Unlock();
+      }
     }).join();
     return !free;
   };
