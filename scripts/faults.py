@@ -9,7 +9,7 @@ run does not are listed, and the exit status is 1.
   scripts/faults.py --out build/faults-before.json
   scripts/faults.py --out build/faults-after.json --compare build/faults-before.json
   scripts/faults.py --only stream-underrun-log-level    # one fault, results on the terminal
-  scripts/faults.py --only ... --tests '^Formula' --targets formula_tests   # one area only
+  scripts/faults.py --only ... --tests Formula --targets formula_tests   # one area only
 """
 import argparse
 import json
@@ -82,7 +82,8 @@ def main():
         caught = results[fault["id"]].get("caught_by")
         verdict = results[fault["id"]].get("error") or (f"caught by {len(caught)}" if caught else "NOT CAUGHT")
         print(f"{fault['id']:40} {verdict}", flush=True)
-    run(["cmake", "--build", f"build/{args.preset}"], 1800)  # leave the tree's build as the sources
+    targets = ["--target"] + args.targets if args.targets else []
+    run(["cmake", "--build", f"build/{args.preset}"] + targets, 1800)  # the build as the sources
 
     if args.out:
         pathlib.Path(args.out).write_text(json.dumps(results, indent=1) + "\n")
