@@ -8,7 +8,8 @@ run does not are listed, and the exit status is 1.
 
   scripts/faults.py --out build/faults-before.json
   scripts/faults.py --out build/faults-after.json --compare build/faults-before.json
-  scripts/faults.py --only stream-underrun-no-drop      # one fault, results on the terminal
+  scripts/faults.py --only stream-underrun-log-level    # one fault, results on the terminal
+  scripts/faults.py --only ... --tests Formula --targets formula_tests   # one area only
 """
 import argparse
 import json
@@ -43,18 +44,20 @@ def run(cmd, timeout):
                           text=True, timeout=timeout)
 
 
-def replay(fault, preset):
+def replay(fault, preset, tests, targets):
     source = ROOT / fault["file"]
     original = source.read_text()
     if original.count(fault["from"]) != 1:
         return {"error": f"'from' occurs {original.count(fault['from'])} times in {fault['file']}"}
     try:
         source.write_text(original.replace(fault["from"], fault["to"]))
-        if run(["cmake", "--build", f"build/{preset}"], 1800).returncode != 0:
+        build = ["cmake", "--build", f"build/{preset}"] + (["--target"] + targets if targets else [])
+        if run(build, 1800).returncode != 0:
             return {"error": "does not build"}
         failed_log = ROOT / f"build/{preset}/Testing/Temporary/LastTestsFailed.log"
         failed_log.unlink(missing_ok=True)
-        run(["ctest", "--test-dir", f"build/{preset}", "-j2", "--timeout", "120", "-Q"], 3600)
+        run(["ctest", "--test-dir", f"build/{preset}", "-j2", "--timeout", "120", "-Q"] +
+            (["-R", tests] if tests else []), 3600)
         lines = failed_log.read_text().splitlines() if failed_log.exists() else []
         return {"caught_by": sorted(line.split(":", 1)[1] for line in lines if ":" in line)}
     finally:
@@ -66,6 +69,8 @@ def main():
     parser.add_argument("--faults", default=str(ROOT / "scripts/faults.txt"))
     parser.add_argument("--preset", default="default")
     parser.add_argument("--only", nargs="*", help="fault ids to replay (default: all)")
+    parser.add_argument("--tests", help="a ctest -R regular expression: run only these tests")
+    parser.add_argument("--targets", nargs="*", help="build only these targets (with --tests)")
     parser.add_argument("--out", help="write the result as JSON")
     parser.add_argument("--compare", help="an earlier result: report faults no longer caught")
     args = parser.parse_args()
@@ -73,11 +78,12 @@ def main():
     faults = [f for f in read_faults(pathlib.Path(args.faults)) if not args.only or f["id"] in args.only]
     results = {}
     for fault in faults:
-        results[fault["id"]] = replay(fault, args.preset)
+        results[fault["id"]] = replay(fault, args.preset, args.tests, args.targets)
         caught = results[fault["id"]].get("caught_by")
         verdict = results[fault["id"]].get("error") or (f"caught by {len(caught)}" if caught else "NOT CAUGHT")
         print(f"{fault['id']:40} {verdict}", flush=True)
-    run(["cmake", "--build", f"build/{args.preset}"], 1800)  # leave the tree's build as the sources
+    targets = ["--target"] + args.targets if args.targets else []
+    run(["cmake", "--build", f"build/{args.preset}"] + targets, 1800)  # the build as the sources
 
     if args.out:
         pathlib.Path(args.out).write_text(json.dumps(results, indent=1) + "\n")
