@@ -37,7 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::fwrite(data, 1, size, file);
   std::fclose(file);
 
-  boost::recursive_mutex lock;
+  Vorla::Platform::CRecursiveMutex lock;
   Vorla::CPortConfiguration configuration(lock);
   try {
     configuration.LoadPortConfiguration();
