@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <thread>
 #include <vector>
 
@@ -73,6 +74,21 @@ TEST_F(Callbacks, InsideLockRunsUnderTheMapLockOutsideLockDoesNot) {
   EXPECT_EQ((std::vector<std::string>{"inside", "outside"}), order);
   EXPECT_TRUE(insideHeld);
   EXPECT_FALSE(outsideHeld);
+}
+
+// Outside-lock callbacks fire after the map let its lock go; a registration on another thread
+// meanwhile must not race with the firing (run under tsan).
+TEST_F(Callbacks, RegisteringWhileAnotherThreadFiresOutsideTheLock) {
+  Register(Node("Other"), [](INode*) {}, cbPostOutsideLock);
+  std::atomic<bool> stop{false};
+  std::thread writer([&] {
+    for (int64_t i = 0; !stop; ++i)
+      CIntegerPtr(Node("Other"))->SetValue(i & 1);
+  });
+  for (int i = 0; i < 500; ++i)
+    Deregister(Register(Node("Other"), [](INode*) {}, cbPostOutsideLock));
+  stop = true;
+  writer.join();
 }
 
 TEST_F(Callbacks, DeregisterByHandleStopsFiring) {

@@ -222,10 +222,16 @@ const std::vector<CNodeBase*>& CNodeBase::Closure() {
 }
 
 void CNodeBase::Fire(ECallbackType type) {
-  if (!m_pRare || m_pRare->Callbacks.empty())
-    return;
-  // A copy, so that a callback may deregister itself or others while it runs.
-  const auto callbacks = m_pRare->Callbacks;
+  // A copy, so that a callback may deregister itself or others while it runs. Taken under the
+  // map's lock: outside-lock callbacks fire after the map let it go, while another thread may
+  // register on this node.
+  std::vector<std::shared_ptr<CNodeCallback>> callbacks;
+  {
+    AutoLock lock(m_pMap->GetLock());
+    if (!m_pRare || m_pRare->Callbacks.empty())
+      return;
+    callbacks = m_pRare->Callbacks;
+  }
   for (const auto& callback : callbacks)
     (*callback)(type);
 }
