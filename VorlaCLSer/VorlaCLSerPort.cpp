@@ -278,43 +278,31 @@ bool CVorlaCLSerPort::ConnectForCall(const gcstring& deviceId) {
 
 bool CVorlaCLSerPort::HasXML(const gcstring& deviceId) {
   CLockGuard<CRecursiveMutex> guard(m_lock);
-  const bool connectedHere = ConnectForCall(deviceId);
-  gcstring xml;
-  try {
-    if (!m_pConnection)
-      throw RUNTIME_EXCEPTION("CLPort not open!");
-    try {
-      m_pConnection->GetXML(xml);
-      m_cachedXml = xml;
-      ReArm();
-    } catch (const std::exception& e) {
-      vxlog::LogTrace(TlLog(), vxlog::Error, "Exception while calling CCLPort::HasXML error: %s",
-                      DescriptionOf(e));
-      throw;
-    }
-  } catch (...) {
-    if (connectedHere)
-      CloseFullyLocked();
-    throw;
-  }
-  if (connectedHere)
-    CloseFullyLocked();
-  return !xml.empty();
+  return !FetchXml(deviceId, "HasXML", true).empty();
 }
 
 void CVorlaCLSerPort::GetXML(gcstring& xml, const gcstring& deviceId) {
   CLockGuard<CRecursiveMutex> guard(m_lock);
+  xml = FetchXml(deviceId, "GetXML", false);
+}
+
+// The description through a connection made for this call when none is open (closed again
+// after it); `call` names the operation in the log. HasXML asks the camera again each time,
+// GetXML keeps what it read once.
+gcstring CVorlaCLSerPort::FetchXml(const gcstring& deviceId, const char* call, bool fresh) {
   const bool connectedHere = ConnectForCall(deviceId);
   try {
     if (!m_pConnection)
       throw RUNTIME_EXCEPTION("CLPort not open!");
     try {
-      if (m_cachedXml.empty())
-        m_pConnection->GetXML(m_cachedXml);
-      xml = m_cachedXml;
+      if (fresh || m_cachedXml.empty()) {
+        gcstring xml;
+        m_pConnection->GetXML(xml);
+        m_cachedXml = xml;
+      }
       ReArm();
     } catch (const std::exception& e) {
-      vxlog::LogTrace(TlLog(), vxlog::Error, "Exception while calling CCLPort::GetXML error: %s",
+      vxlog::LogTrace(TlLog(), vxlog::Error, "Exception while calling CCLPort::%s error: %s", call,
                       DescriptionOf(e));
       throw;
     }
@@ -325,6 +313,7 @@ void CVorlaCLSerPort::GetXML(gcstring& xml, const gcstring& deviceId) {
   }
   if (connectedHere)
     CloseFullyLocked();
+  return m_cachedXml;
 }
 
 int32_t CVorlaCLSerPort::SupportedBaudRates(uint32_t& mask) {

@@ -85,6 +85,7 @@ private:
   bool CloseLocked(bool autoClose) VORLA_REQUIRES(m_lock);
   void CloseFullyLocked() VORLA_REQUIRES(m_lock);
   bool ConnectForCall(const gcstring& deviceId) VORLA_REQUIRES(m_lock);
+  gcstring FetchXml(const gcstring& deviceId, const char* call, bool fresh) VORLA_REQUIRES(m_lock);
   void ReArm() VORLA_EXCLUDES(m_timerLock);
   void OnInactivity(CInactivityTimer::Ticket ticket);
   void FireRemoval(const gcstring& deviceId) VORLA_EXCLUDES(m_sinkLock);
