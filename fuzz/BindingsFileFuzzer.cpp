@@ -7,6 +7,8 @@
 
 #include <Base/GCException.h>
 
+#include "FuzzScratch.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -18,10 +20,7 @@ std::string g_path;
 }
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  const char* shm = access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
-  std::string folder = std::string(shm) + "/vorla-fuzz-XXXXXX";
-  if (!mkdtemp(&folder[0]))
-    std::abort();
+  const std::string folder = FuzzScratchFolder();
   setenv("VORLA_XML_BINDINGS", folder.c_str(), 1);
   g_path = folder + "/XmlFileBindings.xml";
   vxlog::LogSetFilter("4096");

@@ -8,6 +8,8 @@
 
 #include <xercesc/util/PlatformUtils.hpp>
 
+#include "FuzzScratch.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -19,10 +21,7 @@ std::string g_path;
 }
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  const char* shm = access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
-  std::string folder = std::string(shm) + "/vorla-fuzz-XXXXXX";
-  if (!mkdtemp(&folder[0]))
-    std::abort();
+  const std::string folder = FuzzScratchFolder();
   setenv("VORLA_CL_BINDINGS", folder.c_str(), 1);
   g_path = folder + "/PortConfiguration_x64.xml";
   vxlog::LogSetFilter("4096"); // parse errors are expected by the thousand
