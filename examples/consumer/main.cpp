@@ -25,7 +25,7 @@ int ListTransportLayers() {
   return 1;
 }
 
-// Register, prepare, queue, retrieve and queue again, finish, deregister.
+// Register, prepare, queue, retrieve and queue again, cancel, finish, deregister.
 int GrabCycle(Vorla::IVorlaDevice& device, int frames) {
   Vorla::IStreamGrabber* grabber =
       device.GetNumStreamGrabberChannels() ? device.GetStreamGrabber(0) : nullptr;
@@ -63,9 +63,12 @@ int GrabCycle(Vorla::IVorlaDevice& device, int frames) {
       grabber->QueueBuffer(result.m_hBuffer, 0);
     }
   }
-  grabber->FinishGrab(); // every buffer still queued comes back cancelled
+  // Cancel and take the cancelled buffers back before finishing: a retrieval after FinishGrab
+  // would move the stream grabber back to its grabbing state, and Close would warn about it.
+  grabber->CancelGrab();
   while (grabber->RetrieveResult(result)) {
   }
+  grabber->FinishGrab();
   for (Vorla::StreamBufferHandle handle : handles)
     grabber->DeregisterBuffer(handle);
   grabber->Close();
