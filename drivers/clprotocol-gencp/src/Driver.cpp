@@ -109,9 +109,13 @@ bool CDriver::RecentlyIdentified(const std::string& deviceId, CConnection::SBoot
 void CDriver::NoteIdentified(const CConnection& connection) {
   const auto now = std::chrono::steady_clock::now();
   std::lock_guard<std::mutex> lock(m_Mutex);
-  // Stale findings go, so the map holds only the cameras of the last seconds.
+  // Stale findings go, and the oldest when cameras keep changing their names faster than that.
   for (auto it = m_Identified.begin(); it != m_Identified.end();)
     it = now - it->second.m_At >= IdentifiedFor ? m_Identified.erase(it) : std::next(it);
+  if (m_Identified.size() >= MaxIdentified)
+    m_Identified.erase(std::min_element(
+        m_Identified.begin(), m_Identified.end(),
+        [](const auto& a, const auto& b) { return a.second.m_At < b.second.m_At; }));
   m_Identified[connection.Identity().ShortDeviceID()] = SIdentified{connection.Bootstrap(), now};
 }
 

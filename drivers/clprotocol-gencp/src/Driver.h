@@ -55,6 +55,7 @@ private:
   static constexpr std::uint32_t ReleaseTimeoutMs = 500;
   //! How long a full probe's findings stand in for the next one of the same camera.
   static constexpr std::chrono::seconds IdentifiedFor{10};
+  static constexpr std::size_t MaxIdentified = 64;
 
   CDriver() = default;
   void Release(const SEntry& entry);
@@ -76,7 +77,7 @@ private:
   std::map<CLProtocol::ISerial*, std::uint32_t> m_LineBaud;
   std::map<std::string, std::uint32_t> m_CameraBaud;
   std::map<std::string, std::uint32_t> m_RestoreBaud; // cameras released to 9600, by DeviceID
-  std::map<std::string, SIdentified> m_Identified;    // by DeviceID, none older than IdentifiedFor
+  std::map<std::string, SIdentified> m_Identified;    // by DeviceID, bounded in age and number
 };
 
 } // namespace GenCPDriver
