@@ -172,8 +172,10 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   FuzzedDataProvider input(data, size);
   CHostileCamera camera(input);
-  const std::string templates[] = {"Hexmar", "Hexmar#CamSim", "Other"};
-  const std::string& pattern = templates[input.ConsumeIntegralInRange(0, 2)];
+  // The full DeviceID takes the re-connect's road once a probe has identified that camera.
+  const std::string templates[] = {"Hexmar", "Hexmar#CamSim", "Other",
+                                   "Hexmar#CamSim#HX1300#1.0#HX0001"};
+  const std::string& pattern = templates[input.ConsumeIntegralInRange(0, 3)];
   char deviceId[512] = {};
   CLUINT32 idSize = input.ConsumeIntegralInRange<CLUINT32>(1, sizeof deviceId);
   CLUINT32 cookie = 0;

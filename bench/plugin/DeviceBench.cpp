@@ -6,7 +6,7 @@
 // - reading a cached feature: serial commands per read, limit 0;
 // - an uncached 4-byte read: commands per read (limit 1) and elapsed / wire time, limit 1.1;
 // - opening a known camera whose description the GenCP driver's cache holds: elapsed against
-//   the same open with the cache off, limit 0.05.
+//   the same open with the cache off, limit 0.05, and what both opens put on the line.
 #include "VorlaCLSerTl.h"
 
 #include <camsim/CameraModel.h>
@@ -155,19 +155,31 @@ void ReadFeaturesAt115200(benchmark::State& state) {
 }
 
 // A transport layer of its own (no port or description kept from before), enumeration,
-// creation (the description) and opening, timed from creation on.
-double TimedOpen() {
+// creation (the description) and opening, timed from creation on, with what crossed the line.
+struct SOpen {
+  double m_Elapsed = -1;
+  std::uint64_t m_Commands = 0, m_Bytes = 0;
+  double m_Wire = 0;
+};
+
+SOpen TimedOpen(camsim::CCameraModel& camera) {
+  SOpen open;
   Vorla::CVorlaCLSerTl tl;
   Vorla::DeviceInfoList list;
   if (tl.EnumerateDevices(list) != 1)
-    return -1;
+    return open;
+  const auto before = camera.Statistics();
   const auto start = std::chrono::steady_clock::now();
   Vorla::IVorlaDevice* device = tl.CreateDevice(list[0]);
   device->Open(Vorla::Control);
-  const double elapsed = Seconds(std::chrono::steady_clock::now() - start).count();
+  open.m_Elapsed = Seconds(std::chrono::steady_clock::now() - start).count();
+  const auto after = camera.Statistics();
+  open.m_Commands = after.m_Commands - before.m_Commands;
+  open.m_Bytes = after.m_BytesIn + after.m_BytesOut - before.m_BytesIn - before.m_BytesOut;
+  open.m_Wire = Seconds(after.m_WireTime - before.m_WireTime).count();
   device->Close();
   tl.DestroyDevice(device);
-  return elapsed;
+  return open;
 }
 
 void OpenKnownCameraFromDescriptionCache(benchmark::State& state) {
@@ -175,28 +187,38 @@ void OpenKnownCameraFromDescriptionCache(benchmark::State& state) {
   char pattern[] = "/tmp/vorla-bench-cache-XXXXXX";
   const std::string cache = ::mkdtemp(pattern);
   ::setenv("VORLA_DESCRIPTION_CACHE", "off", 1);
-  const double uncached = TimedOpen();
+  const SOpen uncached = TimedOpen(rig.Camera());
   ::setenv("VORLA_DESCRIPTION_CACHE", cache.c_str(), 1);
-  TimedOpen(); // the first open with the cache fills it
-  double cached = 0, count = 0;
+  TimedOpen(rig.Camera()); // the first open with the cache fills it
+  SOpen cached;            // the last open; elapsed and wire time are summed over all of them
+  double elapsed = 0, wire = 0, count = 0;
   for (auto _ : state) {
-    cached += TimedOpen();
+    cached = TimedOpen(rig.Camera());
+    elapsed += cached.m_Elapsed;
+    wire += cached.m_Wire;
     count += 1;
   }
   ::setenv("VORLA_DESCRIPTION_CACHE", "off", 1);
   std::error_code ec;
   std::filesystem::remove_all(cache, ec);
-  if (uncached <= 0 || cached < 0) {
+  if (uncached.m_Elapsed <= 0 || cached.m_Elapsed < 0) {
     state.SkipWithError("no camera found");
     return;
   }
-  const double ratio = cached / count / uncached;
+  const double ratio = elapsed / count / uncached.m_Elapsed;
   state.counters["cached_per_uncached"] = ratio;
   state.counters["limit"] = CachedOpenLimit;
   std::printf("open of a known camera at 115200: cached %.3f s / uncached %.3f s = %.3f "
               "(limit %.2f) %s\n",
-              cached / count, uncached, ratio, CachedOpenLimit,
+              elapsed / count, uncached.m_Elapsed, ratio, CachedOpenLimit,
               ratio <= CachedOpenLimit ? "ok" : "OVER");
+  // Where the time goes: the line, both directions, each byte at the rate it crossed.
+  std::printf("  on the line: cached %llu commands, %llu bytes, %.3f s; uncached %llu commands, "
+              "%llu bytes, %.3f s\n",
+              static_cast<unsigned long long>(cached.m_Commands),
+              static_cast<unsigned long long>(cached.m_Bytes), wire / count,
+              static_cast<unsigned long long>(uncached.m_Commands),
+              static_cast<unsigned long long>(uncached.m_Bytes), uncached.m_Wire);
 }
 
 } // namespace

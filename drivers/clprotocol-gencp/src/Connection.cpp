@@ -48,11 +48,15 @@ CConnection::CConnection(const CLogger& logger, const std::atomic<bool>* stopPro
   m_Channel.SetStopFlag(stopProbe);
 }
 
-CLINT32 CConnection::Probe(CLProtocol::ISerial* serial, const CDeviceIdentity::SRequest& request,
-                           std::uint32_t baudBit, std::uint32_t timeoutMs) {
+void CConnection::SetLineBaudBit(CLProtocol::ISerial* serial, std::uint32_t baudBit) {
   if (serial->clSetBaudRate(baudBit) != CL_ERR_NO_ERR)
     m_Logger.Log(CLP_LOG_WARN, "GenCP: the line refused baud bit 0x%X", unsigned(baudBit));
   m_Channel.SetBaudBit(baudBit);
+}
+
+CLINT32 CConnection::Probe(CLProtocol::ISerial* serial, const CDeviceIdentity::SRequest& request,
+                           std::uint32_t baudBit, std::uint32_t timeoutMs) {
+  SetLineBaudBit(serial, baudBit);
 
   CCommandChannel::SOptions options;
   options.m_SilenceEndsAtOnce = true;
@@ -79,36 +83,59 @@ CLINT32 CConnection::Probe(CLProtocol::ISerial* serial, const CDeviceIdentity::S
   const auto at = [](std::uint8_t* block, std::uint64_t blockBase, std::uint64_t address) {
     return block + (address - blockBase);
   };
-  m_Capability = GenCP::GetBE64(at(tail, Abrm::SerialNumber, Abrm::DeviceCapability));
-  m_ManifestAddress = GenCP::GetBE64(at(tail, Abrm::SerialNumber, Abrm::ManifestTableAddress));
-  m_SbrmAddress = (m_Capability & GenCP::CapSbrm)
-                      ? GenCP::GetBE64(at(tail, Abrm::SerialNumber, Abrm::SbrmAddress))
-                      : 0;
-  m_Identity.m_Manufacturer =
+  SBootstrap& b = m_Bootstrap;
+  b.m_Capability = GenCP::GetBE64(at(tail, Abrm::SerialNumber, Abrm::DeviceCapability));
+  b.m_ManifestAddress = GenCP::GetBE64(at(tail, Abrm::SerialNumber, Abrm::ManifestTableAddress));
+  b.m_SbrmAddress = (b.m_Capability & GenCP::CapSbrm)
+                        ? GenCP::GetBE64(at(tail, Abrm::SerialNumber, Abrm::SbrmAddress))
+                        : 0;
+  CDeviceIdentity& identity = b.m_Identity;
+  identity.m_Manufacturer =
       BootstrapString(at(names, Abrm::ManufacturerName, Abrm::ManufacturerName));
-  m_Identity.m_Model = BootstrapString(at(names, Abrm::ManufacturerName, Abrm::ModelName));
-  m_Identity.m_Family = (m_Capability & GenCP::CapFamilyName)
-                            ? BootstrapString(at(names, Abrm::ManufacturerName, Abrm::FamilyName))
-                            : std::string();
-  m_Identity.m_Version = BootstrapString(at(names, Abrm::ManufacturerName, Abrm::DeviceVersion));
-  m_Identity.m_Serial = BootstrapString(tail);
+  identity.m_Model = BootstrapString(at(names, Abrm::ManufacturerName, Abrm::ModelName));
+  identity.m_Family = (b.m_Capability & GenCP::CapFamilyName)
+                          ? BootstrapString(at(names, Abrm::ManufacturerName, Abrm::FamilyName))
+                          : std::string();
+  identity.m_Version = BootstrapString(at(names, Abrm::ManufacturerName, Abrm::DeviceVersion));
+  identity.m_Serial = BootstrapString(tail);
 
-  const std::string id = m_Identity.ShortDeviceID();
-  if (!m_Identity.Matches(request)) {
+  const std::string id = identity.ShortDeviceID();
+  if (!identity.Matches(request)) {
     m_Logger.Log(CLP_LOG_INFO, "GenCP: camera '%s' does not match '%s'", id.c_str(),
                  request.m_Short.c_str());
     return CL_ERR_NO_DEVICE_FOUND;
   }
 
-  m_CameraBaudRates = GenCP::Baud9600;
-  if (m_SbrmAddress) {
+  b.m_CameraBaudRates = GenCP::Baud9600;
+  if (b.m_SbrmAddress) {
     std::uint8_t sbrm[GenCP::Sbrm::Size];
-    rc = m_Channel.ReadMem(serial, m_SbrmAddress, sbrm, sizeof sbrm, timeoutMs, options);
+    rc = m_Channel.ReadMem(serial, b.m_SbrmAddress, sbrm, sizeof sbrm, timeoutMs, options);
     if (rc != CL_ERR_NO_ERR)
       return rc;
-    m_CameraBaudRates = GenCP::GetBE32(sbrm) | GenCP::Baud9600;
+    b.m_CameraBaudRates = GenCP::GetBE32(sbrm) | GenCP::Baud9600;
   }
   m_Logger.Log(CLP_LOG_INFO, "GenCP: found camera '%s'", id.c_str());
+  return CL_ERR_NO_ERR;
+}
+
+CLINT32 CConnection::Confirm(CLProtocol::ISerial* serial, const SBootstrap& known,
+                             std::uint32_t baudBit, std::uint32_t timeoutMs) {
+  SetLineBaudBit(serial, baudBit);
+  CCommandChannel::SOptions options;
+  options.m_SilenceEndsAtOnce = true;
+  options.m_GarbageCode = ErrNoGenCPDevice;
+  // The serial number and its terminator, in whole 32-bit words as cameras like to be read.
+  const std::string& expected = known.m_Identity.m_Serial;
+  std::uint8_t bytes[Abrm::StringSize] = {};
+  const std::size_t size =
+      std::min<std::size_t>((expected.size() + 4) & ~std::size_t(3), sizeof bytes);
+  const CLINT32 rc = m_Channel.ReadMem(serial, Abrm::SerialNumber, bytes, size, timeoutMs, options);
+  if (rc != CL_ERR_NO_ERR)
+    return rc;
+  if (BootstrapString(bytes) != expected)
+    return CL_ERR_NO_DEVICE_FOUND;
+  m_Bootstrap = known;
+  m_Logger.Log(CLP_LOG_INFO, "GenCP: found camera '%s'", Identity().ShortDeviceID().c_str());
   return CL_ERR_NO_ERR;
 }
 
@@ -116,7 +143,8 @@ CLINT32 CConnection::LoadManifest(CLProtocol::ISerial* serial, std::uint32_t tim
   if (m_ManifestLoaded)
     return CL_ERR_NO_ERR;
   std::uint8_t countBytes[8];
-  CLINT32 rc = m_Channel.ReadMem(serial, m_ManifestAddress, countBytes, 8, timeoutMs, Options());
+  CLINT32 rc =
+      m_Channel.ReadMem(serial, m_Bootstrap.m_ManifestAddress, countBytes, 8, timeoutMs, Options());
   if (rc != CL_ERR_NO_ERR)
     return rc;
   const std::uint64_t count = GenCP::GetBE64(countBytes);
@@ -124,8 +152,8 @@ CLINT32 CConnection::LoadManifest(CLProtocol::ISerial* serial, std::uint32_t tim
     return ErrBadManifest;
   std::vector<std::uint8_t> table(static_cast<std::size_t>(count) * GenCP::ManifestEntrySize);
   if (!table.empty()) {
-    rc = m_Channel.ReadMem(serial, m_ManifestAddress + 8, table.data(), table.size(), timeoutMs,
-                           Options());
+    rc = m_Channel.ReadMem(serial, m_Bootstrap.m_ManifestAddress + 8, table.data(), table.size(),
+                           timeoutMs, Options());
     if (rc != CL_ERR_NO_ERR)
       return rc;
   }
@@ -146,7 +174,7 @@ CLINT32 CConnection::LoadManifest(CLProtocol::ISerial* serial, std::uint32_t tim
     if (entry.m_Format > GenCP::FileFormatZip || entry.m_Size == 0 || entry.m_Size > MaxXmlFileSize)
       continue;
     entry.m_XmlId = "SchemaVersion." + std::to_string(kind >> 24) + "." +
-                    std::to_string((kind >> 16) & 0xFF) + "@" + m_Identity.ModelTemplate() +
+                    std::to_string((kind >> 16) & 0xFF) + "@" + Identity().ModelTemplate() +
                     "@XMLVersion." + std::to_string(fileVersion >> 24) + "." +
                     std::to_string((fileVersion >> 16) & 0xFF) + "." +
                     std::to_string(fileVersion & 0xFFFF);
@@ -239,7 +267,8 @@ CLINT32 CConnection::Read(CLProtocol::ISerial* serial, std::uint64_t address, st
 CLINT32 CConnection::Write(CLProtocol::ISerial* serial, std::uint64_t address,
                            const std::uint8_t* data, std::size_t size, std::uint32_t timeoutMs) {
   // Writes that change the baud rate run the switch procedure so that the line follows.
-  if (size == 4 && m_SbrmAddress && address == m_SbrmAddress + GenCP::Sbrm::CurrentBaudrate)
+  if (size == 4 && m_Bootstrap.m_SbrmAddress &&
+      address == m_Bootstrap.m_SbrmAddress + GenCP::Sbrm::CurrentBaudrate)
     return SetBaudRate(serial, GenCP::GetBE32(data), timeoutMs);
   if (size == 4 && address == GenCP::Hexmar::BaudRateFeatureRegister) {
     const std::uint32_t bit = GenCP::Hexmar::BaudBitOfFeatureValue(GenCP::GetBE32(data));
@@ -259,7 +288,7 @@ std::uint32_t CConnection::SupportedBaudRates(CLProtocol::ISerial* serial) const
   CLUINT32 line = 0;
   if (serial->clGetSupportedBaudRates(&line) != CL_ERR_NO_ERR)
     line = GenCP::Baud9600;
-  return (line | GenCP::Baud9600) & m_CameraBaudRates & GenCP::BaudAllRates;
+  return (line | GenCP::Baud9600) & m_Bootstrap.m_CameraBaudRates & GenCP::BaudAllRates;
 }
 
 CLINT32 CConnection::SetBaudRate(CLProtocol::ISerial* serial, std::uint32_t baudBit,
@@ -271,7 +300,7 @@ CLINT32 CConnection::SetBaudRate(CLProtocol::ISerial* serial, std::uint32_t baud
     return CL_ERR_BAUD_RATE_NOT_SUPPORTED;
   if (baudBit == m_Channel.BaudBit())
     return CL_ERR_NO_ERR;
-  if (!m_SbrmAddress)
+  if (!m_Bootstrap.m_SbrmAddress)
     return CL_ERR_BAUD_RATE_NOT_SUPPORTED;
   return SwitchBaudRate(serial, baudBit, timeoutMs);
 }
@@ -279,7 +308,7 @@ CLINT32 CConnection::SetBaudRate(CLProtocol::ISerial* serial, std::uint32_t baud
 CLINT32 CConnection::SwitchBaudRate(CLProtocol::ISerial* serial, std::uint32_t baudBit,
                                     std::uint32_t timeoutMs) {
   const std::uint32_t oldBit = m_Channel.BaudBit();
-  const std::uint64_t reg = m_SbrmAddress + GenCP::Sbrm::CurrentBaudrate;
+  const std::uint64_t reg = m_Bootstrap.m_SbrmAddress + GenCP::Sbrm::CurrentBaudrate;
   std::uint8_t value[4];
   GenCP::PutBE(value, baudBit, 4);
   // 1. Request at the old rate; the camera acknowledges at the old rate, then switches.

@@ -16,12 +16,27 @@ namespace GenCPDriver {
 //! downloaded from it, and the baud rate both ends use.
 class CConnection {
 public:
+  //! What a full probe learns of a camera.
+  struct SBootstrap {
+    CDeviceIdentity m_Identity;
+    std::uint64_t m_Capability = 0;
+    std::uint64_t m_ManifestAddress = 0;
+    std::uint64_t m_SbrmAddress = 0;
+    std::uint32_t m_CameraBaudRates = 0x01;
+  };
+
   CConnection(const CLogger& logger, const std::atomic<bool>* stopProbe);
 
   //! Talks to the camera at `baudBit` and checks that it fits the short template or DeviceID.
   CLINT32 Probe(CLProtocol::ISerial* serial, const CDeviceIdentity::SRequest& request,
                 std::uint32_t baudBit, std::uint32_t timeoutMs);
-  const CDeviceIdentity& Identity() const { return m_Identity; }
+  //! Takes over what a full probe learnt of `known` moments ago once the camera at `baudBit`
+  //! reads back its serial number: one short read instead of the probe's four.
+  //! CL_ERR_NO_DEVICE_FOUND when another camera answers.
+  CLINT32 Confirm(CLProtocol::ISerial* serial, const SBootstrap& known, std::uint32_t baudBit,
+                  std::uint32_t timeoutMs);
+  const SBootstrap& Bootstrap() const { return m_Bootstrap; }
+  const CDeviceIdentity& Identity() const { return m_Bootstrap.m_Identity; }
 
   CLINT32 GetXMLIDs(CLProtocol::ISerial* serial, std::string& ids, std::uint32_t timeoutMs);
   CLINT32 GetXML(CLProtocol::ISerial* serial, const std::string& xmlId, std::string& xml,
@@ -61,16 +76,13 @@ private:
   CLINT32 LoadManifest(CLProtocol::ISerial* serial, std::uint32_t timeoutMs);
   CLINT32 SwitchBaudRate(CLProtocol::ISerial* serial, std::uint32_t baudBit,
                          std::uint32_t timeoutMs);
+  void SetLineBaudBit(CLProtocol::ISerial* serial, std::uint32_t baudBit);
   CCommandChannel::SOptions Options() const { return {}; }
 
   std::mutex m_Mutex;
   const CLogger& m_Logger;
   CCommandChannel m_Channel;
-  CDeviceIdentity m_Identity;
-  std::uint64_t m_Capability = 0;
-  std::uint64_t m_ManifestAddress = 0;
-  std::uint64_t m_SbrmAddress = 0;
-  std::uint32_t m_CameraBaudRates = 0x01;
+  SBootstrap m_Bootstrap;
   bool m_ManifestLoaded = false;
   std::vector<SManifestEntry> m_Manifest;
   std::map<std::string, std::string> m_XmlCache;

@@ -62,10 +62,19 @@ CLINT32 CDriver::Probe(CLProtocol::ISerial* serial, const std::string& request,
   CDeviceIdentity::SRequest parsed;
   if (!CDeviceIdentity::ParseRequest(request, parsed))
     return CL_ERR_INVALID_DEVICEID;
+  // Templates always get the full probe; a DeviceID may name a camera identified just now.
+  CConnection::SBootstrap known;
+  const bool isKnown = parsed.m_Complete && RecentlyIdentified(parsed.m_Short, known);
   CLINT32 rc = CL_ERR_NO_DEVICE_FOUND;
   for (std::uint32_t baudBit : BaudCandidates(serial, parsed.m_Short, parsed.m_Complete)) {
     auto connection = std::make_shared<CConnection>(m_Logger, &m_StopProbe);
-    rc = connection->Probe(serial, parsed, baudBit, timeoutMs);
+    rc = isKnown ? connection->Confirm(serial, known, baudBit, timeoutMs) : CL_ERR_NO_DEVICE_FOUND;
+    // Nothing known, or another camera answered: the full probe decides.
+    if (rc == CL_ERR_NO_DEVICE_FOUND) {
+      rc = connection->Probe(serial, parsed, baudBit, timeoutMs);
+      if (rc == CL_ERR_NO_ERR)
+        NoteIdentified(*connection);
+    }
     if (rc == CL_ERR_NO_ERR) {
       // A request with driver directory and file gets them back: the answer is the DeviceID.
       deviceId = parsed.m_Head + connection->Identity().ShortDeviceID();
@@ -85,6 +94,29 @@ CLINT32 CDriver::Probe(CLProtocol::ISerial* serial, const std::string& request,
       break;
   }
   return rc;
+}
+
+bool CDriver::RecentlyIdentified(const std::string& deviceId, CConnection::SBootstrap& bootstrap) {
+  std::lock_guard<std::mutex> lock(m_Mutex);
+  const auto it = m_Identified.find(deviceId);
+  if (it == m_Identified.end() ||
+      std::chrono::steady_clock::now() - it->second.m_At >= IdentifiedFor)
+    return false;
+  bootstrap = it->second.m_Bootstrap;
+  return true;
+}
+
+void CDriver::NoteIdentified(const CConnection& connection) {
+  const auto now = std::chrono::steady_clock::now();
+  std::lock_guard<std::mutex> lock(m_Mutex);
+  // Stale findings go, and the oldest when cameras keep changing their names faster than that.
+  for (auto it = m_Identified.begin(); it != m_Identified.end();)
+    it = now - it->second.m_At >= IdentifiedFor ? m_Identified.erase(it) : std::next(it);
+  if (m_Identified.size() >= MaxIdentified)
+    m_Identified.erase(std::min_element(
+        m_Identified.begin(), m_Identified.end(),
+        [](const auto& a, const auto& b) { return a.second.m_At < b.second.m_At; }));
+  m_Identified[connection.Identity().ShortDeviceID()] = SIdentified{connection.Bootstrap(), now};
 }
 
 void CDriver::RestoreBaudRate(CLProtocol::ISerial* serial, CConnection& connection,

@@ -3,6 +3,7 @@
 #include "Logger.h"
 
 #include <atomic>
+#include <chrono>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -14,7 +15,9 @@ namespace GenCPDriver {
 //! The driver's process-wide state: the connections behind cookies, the logger, the stop flag
 //! of running probes, and the last baud rate seen per line and camera so that a re-connect
 //! finds a camera that still runs faster than 9600. A camera is released to 9600 at disconnect
-//! and brought back to its rate by a re-connect with its full DeviceID.
+//! and brought back to its rate by a re-connect with its full DeviceID. A re-connect moments
+//! after a full probe identified the camera (a host's enumeration, then its connect) takes over
+//! what that probe read and only confirms the camera's serial number on the line.
 class CDriver {
 public:
   static CDriver& Instance();
@@ -42,8 +45,17 @@ private:
     CLProtocol::ISerial* m_Line = nullptr;
   };
 
+  //! A camera identified by a probe, and when.
+  struct SIdentified {
+    CConnection::SBootstrap m_Bootstrap;
+    std::chrono::steady_clock::time_point m_At;
+  };
+
   //! How long a camera may take to return to 9600 when the driver lets go of it.
   static constexpr std::uint32_t ReleaseTimeoutMs = 500;
+  //! How long a full probe's findings stand in for the next one of the same camera.
+  static constexpr std::chrono::seconds IdentifiedFor{10};
+  static constexpr std::size_t MaxIdentified = 64;
 
   CDriver() = default;
   void Release(const SEntry& entry);
@@ -51,6 +63,9 @@ private:
                        std::uint32_t timeoutMs);
   std::vector<std::uint32_t> BaudCandidates(CLProtocol::ISerial* serial,
                                             const std::string& deviceId, bool complete);
+  //! The findings of a full probe of `deviceId` made less than IdentifiedFor ago, if any.
+  bool RecentlyIdentified(const std::string& deviceId, CConnection::SBootstrap& bootstrap);
+  void NoteIdentified(const CConnection& connection);
 
   CLogger m_Logger;
   std::atomic<bool> m_StopProbe{false};
@@ -62,6 +77,7 @@ private:
   std::map<CLProtocol::ISerial*, std::uint32_t> m_LineBaud;
   std::map<std::string, std::uint32_t> m_CameraBaud;
   std::map<std::string, std::uint32_t> m_RestoreBaud; // cameras released to 9600, by DeviceID
+  std::map<std::string, SIdentified> m_Identified;    // by DeviceID, bounded in age and number
 };
 
 } // namespace GenCPDriver

@@ -326,26 +326,9 @@ void CCLPort::GetXML(GenICam::gcstring& xml, bool useMaxBaudrate) {
 
 void CCLPort::DownloadXML(GenICam::gcstring& xml, bool useMaxBaudrate) {
   xml.clear();
-  std::vector<std::string> ids;
-  CLINT32 status = m_driver->GetXMLIDs(m_serial.get(), m_cookie, ids, m_timeoutMs);
-  if (status == CL_ERR_NO_XMLDESCRIPTION_FOUND)
-    return;
-  if (status != CL_ERR_NO_ERR)
-    THROW_CL_ERROR(status, m_driver, m_cookie, &m_serial->Library());
-
-  CDeviceID device;
-  device.FromString(m_deviceID);
-  std::vector<SXmlID> candidates;
-  for (const auto& text : ids) {
-    SXmlID id = ParseXmlID(text);
-    if (TemplateMatches(id.shortTemplate, device.GetShortDeviceID()))
-      candidates.push_back(id);
-  }
-  if (candidates.empty())
-    return;
-  std::stable_sort(candidates.begin(), candidates.end(), BetterXmlID);
-
-  // Raise the line for the download; a camera that cannot switch is read at its current rate.
+  // Raise the line before the XML IDs are read, so that the manifest behind them crosses it fast
+  // too: a description the driver has stored locally leaves little else on the line. A camera
+  // that cannot switch is read at its current rate.
   CLUINT32 restoreBit = 0;
   if (useMaxBaudrate) {
     CLUINT32 mask = 0;
@@ -362,8 +345,25 @@ void CCLPort::DownloadXML(GenICam::gcstring& xml, bool useMaxBaudrate) {
     }
   }
   std::string text;
-  status = m_driver->GetXMLDescription(m_serial.get(), m_cookie, candidates.front().text, text,
+  const CLINT32 status = [&] {
+    std::vector<std::string> ids;
+    const CLINT32 rc = m_driver->GetXMLIDs(m_serial.get(), m_cookie, ids, m_timeoutMs);
+    if (rc != CL_ERR_NO_ERR)
+      return rc;
+    CDeviceID device;
+    device.FromString(m_deviceID);
+    std::vector<SXmlID> candidates;
+    for (const auto& id : ids) {
+      SXmlID parsed = ParseXmlID(id);
+      if (TemplateMatches(parsed.shortTemplate, device.GetShortDeviceID()))
+        candidates.push_back(parsed);
+    }
+    if (candidates.empty())
+      return static_cast<CLINT32>(CL_ERR_NO_XMLDESCRIPTION_FOUND);
+    std::stable_sort(candidates.begin(), candidates.end(), BetterXmlID);
+    return m_driver->GetXMLDescription(m_serial.get(), m_cookie, candidates.front().text, text,
                                        m_timeoutMs);
+  }();
   if (restoreBit) {
     try {
       SetDeviceBauderate(restoreBit);
