@@ -1,7 +1,7 @@
 // The camera's description on the camera itself: geometry is read from the cache once known,
-// and every register the camera changes behind a write is invalidated by that write.
+// every register the camera changes behind a write is invalidated by that write, and the
+// generated features are registers the camera keeps.
 #include <camsim/CameraModel.h>
-#include <camsim/CameraXml.h>
 #include <gencp/ByteOrder.h>
 #include <gencp/Packet.h>
 
@@ -22,15 +22,11 @@ public:
   explicit CCameraPort(camsim::CCameraModel& camera) : m_Camera(camera) {}
   EAccessMode GetAccessMode() const override { return RW; }
   void Read(void* buffer, int64_t address, int64_t length) override {
-    Transact(GenCP::CPacket::ReadMem(++m_Id, static_cast<std::uint64_t>(address),
-                                     static_cast<std::uint16_t>(length)),
-             buffer, static_cast<std::size_t>(length));
+    Transact(GenCP::CPacket::ReadMem(++m_Id, address, length), buffer, length);
   }
   void Write(const void* buffer, int64_t address, int64_t length) override {
-    Transact(GenCP::CPacket::WriteMem(++m_Id, static_cast<std::uint64_t>(address),
-                                      static_cast<const std::uint8_t*>(buffer),
-                                      static_cast<std::size_t>(length)),
-             nullptr, 4);
+    const auto* bytes = static_cast<const std::uint8_t*>(buffer);
+    Transact(GenCP::CPacket::WriteMem(++m_Id, address, bytes, length), nullptr, 4);
   }
 
 private:
@@ -51,28 +47,24 @@ private:
 class Description : public ::testing::Test {
 protected:
   void SetUp() override {
-    m_Map._LoadXMLFromString(camsim::CameraXml());
+    const std::vector<std::uint8_t> xml = m_Camera.ServedXmlFile();
+    m_Map._LoadXMLFromString(std::string(xml.begin(), xml.end()));
     ASSERT_TRUE(m_Map._Connect(&m_Port));
   }
   int64_t Int(const char* name) {
     CIntegerPtr node = m_Map._GetNode(name);
-    if (node)
-      return node->GetValue();
-    CEnumerationPtr e = m_Map._GetNode(name);
-    return e->GetIntValue();
+    return node ? node->GetValue() : CEnumerationPtr(m_Map._GetNode(name))->GetIntValue();
   }
   void Set(const char* name, int64_t value) {
     CIntegerPtr node = m_Map._GetNode(name);
-    if (node) {
-      node->SetValue(value);
-      return;
-    }
-    CEnumerationPtr e = m_Map._GetNode(name);
-    e->SetIntValue(value);
+    node ? node->SetValue(value) : CEnumerationPtr(m_Map._GetNode(name))->SetIntValue(value);
   }
-  std::uint64_t Commands() { return m_Camera.Statistics().m_Commands; }
 
-  camsim::CCameraModel m_Camera;
+  camsim::CCameraModel m_Camera{[] {
+    camsim::SCameraOptions options;
+    options.m_ExtraFeatures = 8; // both kinds: integers and an enumeration
+    return options;
+  }()};
   CCameraPort m_Port{m_Camera};
   CNodeMapRef m_Map;
 };
@@ -85,11 +77,10 @@ const char* const Geometry[] = {"PixelFormat", "Width",   "Height",
 TEST_F(Description, GeometryIsReadOverTheLineOnlyOnce) {
   for (const char* name : Geometry)
     Int(name);
-  const std::uint64_t commands = Commands();
-  for (int i = 0; i < 10; ++i)
-    for (const char* name : Geometry)
-      Int(name);
-  EXPECT_EQ(Commands(), commands);
+  const std::uint64_t commands = m_Camera.Statistics().m_Commands;
+  for (const char* name : Geometry)
+    Int(name);
+  EXPECT_EQ(m_Camera.Statistics().m_Commands, commands);
   EXPECT_EQ(Int("ClPixelClock"), 85000000);
 }
 
@@ -106,4 +97,13 @@ TEST_F(Description, WritesInvalidateWhatTheCameraDerivesFromThem) {
   EXPECT_EQ(Int("Width"), 320);
   EXPECT_EQ(Int("OffsetX"), 0);
   EXPECT_EQ(Int("PayloadSize"), 320 * 512 * 3);
+}
+
+TEST_F(Description, GeneratedFeaturesAreRegistersOfTheCamera) {
+  EXPECT_EQ(Int("UserValue0005"), 0);
+  Set("UserValue0006", 4321);
+  Set("UserValue0007", 3); // "Triggered"
+  std::uint8_t regs[8];
+  m_Port.Read(regs, camsim::CCameraModel::UserValuesBase + 6 * 4, 8);
+  EXPECT_EQ(GenCP::GetBE(regs, 8), 4321ull << 32 | 3);
 }

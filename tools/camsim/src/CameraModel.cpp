@@ -144,6 +144,7 @@ bool TouchesAbsentAbrm(std::uint64_t address, std::size_t size) {
 
 CCameraModel::CCameraModel(SCameraOptions options)
     : m_Options(std::move(options)), m_Abrm(Abrm::Size, 0), m_Device(DeviceSize, 0),
+      m_UserValues(4 * std::size_t{std::min(m_Options.m_ExtraFeatures, MaxExtraFeatures)}, 0),
       m_Faults(m_Options.m_Faults) {
   m_Created = m_LastAccess = m_BusyUntil = m_InLineFree = m_OutLineFree = Now();
   m_Options.m_SupportedBaudBits = (m_Options.m_SupportedBaudBits | GenCP::Baud9600) & 0xFF;
@@ -168,7 +169,7 @@ CCameraModel::CCameraModel(SCameraOptions options)
   GenCP::PutBE(m_Abrm.data() + Abrm::ImplementationEndianness, 0, 4); // big
 
   // The description and its manifest entry
-  const std::string& xml = CameraXml();
+  const std::string xml = CameraXml(static_cast<std::uint32_t>(m_UserValues.size() / 4));
   m_XmlFile.assign(xml.begin(), xml.end());
   if (m_Options.m_Zip)
     m_XmlFile = GenCP::CMemoryZip::Zip("HexmarCamSim.xml", m_XmlFile);
@@ -533,7 +534,8 @@ std::uint16_t CCameraModel::ReadMemory(std::uint64_t address, std::size_t size,
     UpdateDerived();
     return from(m_Device, DeviceBase) ? GenCP::StatusSuccess : GenCP::StatusInvalidAddress;
   }
-  if (from(m_Manifest, ManifestAddress) || from(m_XmlFile, XmlAddress))
+  if (from(m_UserValues, UserValuesBase) || from(m_Manifest, ManifestAddress) ||
+      from(m_XmlFile, XmlAddress))
     return GenCP::StatusSuccess;
   return GenCP::StatusInvalidAddress;
 }
@@ -564,6 +566,10 @@ std::uint16_t CCameraModel::WriteMemory(std::uint64_t address, const std::uint8_
   }
   if (Within(address, size, DeviceBase, DeviceSize))
     return WriteDevice(address - DeviceBase, data, size, after);
+  if (Within(address, size, UserValuesBase, m_UserValues.size())) {
+    std::memcpy(m_UserValues.data() + (address - UserValuesBase), data, size);
+    return GenCP::StatusSuccess;
+  }
   if (Overlaps(address, size, ManifestAddress, m_Manifest.size()) ||
       Overlaps(address, size, XmlAddress, m_XmlFile.size()))
     return GenCP::StatusWriteProtect;

@@ -1,5 +1,11 @@
-// The camera's GenApi description, written for it by hand.
+// The camera's GenApi description, written for it by hand, and the generated features that make
+// it as large as a real camera's.
+#include <camsim/CameraModel.h>
 #include <camsim/CameraXml.h>
+
+#include <boost/algorithm/string/replace.hpp>
+
+#include <cstdio>
 
 namespace camsim {
 
@@ -719,6 +725,93 @@ const std::string& CameraXml() {
   </Port>
 </RegisterDescription>
 )XML";
+  return xml;
+}
+
+namespace {
+
+// The generated features: three integers, then an enumeration of four entries, as real cameras'
+// user-defined and look-up values come; each over its own 4-byte register.
+const char* const IntegerFeature = R"XML(  <Integer Name="@NAME@" NameSpace="Custom">
+    <ToolTip>User-defined value @NUMBER@</ToolTip>
+    <Description>A value the application keeps in the camera; kept in the user set</Description>
+    <DisplayName>User Value @NUMBER@</DisplayName>
+    <Visibility>Expert</Visibility>
+    <pValue>@NAME@Reg</pValue>
+    <Min>0</Min>
+    <Max>65535</Max>
+    <Inc>1</Inc>
+  </Integer>
+)XML";
+
+const char* const EnumerationFeature = R"XML(  <Enumeration Name="@NAME@" NameSpace="Custom">
+    <ToolTip>Mode of user-defined value @NUMBER@</ToolTip>
+    <Description>Selects how the camera applies user-defined value @NUMBER@; kept in the user set</Description>
+    <DisplayName>User Value @NUMBER@ Mode</DisplayName>
+    <Visibility>Guru</Visibility>
+    <EnumEntry Name="Off" NameSpace="Custom">
+      <ToolTip>User-defined value @NUMBER@ is not applied</ToolTip>
+      <DisplayName>Off</DisplayName>
+      <Value>0</Value>
+    </EnumEntry>
+    <EnumEntry Name="Once" NameSpace="Custom">
+      <ToolTip>User-defined value @NUMBER@ is applied at the next start</ToolTip>
+      <DisplayName>Once</DisplayName>
+      <Value>1</Value>
+    </EnumEntry>
+    <EnumEntry Name="Continuous" NameSpace="Custom">
+      <ToolTip>User-defined value @NUMBER@ is applied to every image</ToolTip>
+      <DisplayName>Continuous</DisplayName>
+      <Value>2</Value>
+    </EnumEntry>
+    <EnumEntry Name="Triggered" NameSpace="Custom">
+      <ToolTip>User-defined value @NUMBER@ is applied at each trigger</ToolTip>
+      <DisplayName>Triggered</DisplayName>
+      <Value>3</Value>
+    </EnumEntry>
+    <pValue>@NAME@Reg</pValue>
+  </Enumeration>
+)XML";
+
+const char* const FeatureRegister = R"XML(  <IntReg Name="@NAME@Reg">
+    <Visibility>Invisible</Visibility>
+    <Address>@ADDRESS@</Address>
+    <Length>4</Length>
+    <AccessMode>RW</AccessMode>
+    <pPort>Device</pPort>
+    <Cachable>WriteThrough</Cachable>
+    <Sign>Unsigned</Sign>
+    <Endianess>BigEndian</Endianess>
+  </IntReg>
+)XML";
+
+} // namespace
+
+std::string CameraXml(std::uint32_t extraFeatures) {
+  std::string xml = CameraXml();
+  if (extraFeatures == 0)
+    return xml;
+  std::string category = "  <Category Name=\"UserDefinedValues\" NameSpace=\"Custom\">\n"
+                         "    <ToolTip>Values the application keeps in the camera</ToolTip>\n";
+  std::string features;
+  for (std::uint32_t i = 0; i < extraFeatures; ++i) {
+    char name[32];
+    std::snprintf(name, sizeof name, "UserValue%04u", static_cast<unsigned>(i));
+    category += std::string("    <pFeature>") + name + "</pFeature>\n";
+    char address[16];
+    std::snprintf(address, sizeof address, "0x%08llX",
+                  static_cast<unsigned long long>(CCameraModel::UserValuesBase + 4ull * i));
+    std::string feature =
+        std::string(i % 4 == 3 ? EnumerationFeature : IntegerFeature) + FeatureRegister;
+    boost::algorithm::replace_all(feature, "@NAME@", name);
+    boost::algorithm::replace_all(feature, "@NUMBER@", std::to_string(i));
+    boost::algorithm::replace_all(feature, "@ADDRESS@", address);
+    features += feature;
+  }
+  const std::string lastFeature = "    <pFeature>UserSetControl</pFeature>\n";
+  xml.insert(xml.find(lastFeature) + lastFeature.size(),
+             "    <pFeature>UserDefinedValues</pFeature>\n");
+  xml.insert(xml.find("  <Port Name=\"Device\""), category + "  </Category>\n" + features);
   return xml;
 }
 

@@ -1,5 +1,7 @@
 #include "CommandLine.h"
 
+#include <camsim/CameraModel.h>
+
 #include <boost/program_options.hpp>
 
 #include <cstdlib>
@@ -43,7 +45,10 @@ po::options_description Options(CCommandLine& c) {
       "serve the GenApi description zipped")("no-sha1", "publish no SHA-1 of the description")(
       "sensor-width", Number(cam.m_SensorWidth, "sensor-width"),
       "sensor width in pixels (1280)")("sensor-height", Number(cam.m_SensorHeight, "sensor-height"),
-                                       "sensor height in lines (1024)");
+                                       "sensor height in lines (1024)")(
+      "extra-features", Number(cam.m_ExtraFeatures, "extra-features"),
+      "add N generated features to the description (category UserDefinedValues, about 900 bytes "
+      "each: 310 make it 300 KB, the size of a small real camera's)");
   po::options_description line("Serial line");
   line.add_options()("tty", po::value(&c.m_Tty),
                      "serve on this tty instead of a new pseudo-terminal")(
@@ -102,6 +107,9 @@ bool CCommandLine::Parse(int argc, char** argv, std::string& error) {
         m_Camera.m_SensorWidth % 4 || m_Camera.m_SensorHeight < 1 || m_Camera.m_SensorHeight > 4096)
       throw po::error("the sensor must be 16 to 4096 pixels wide (a multiple of 4) and 1 to "
                       "4096 lines high");
+    if (m_Camera.m_ExtraFeatures > CCameraModel::MaxExtraFeatures)
+      throw po::error("--extra-features takes 0 to " +
+                      std::to_string(CCameraModel::MaxExtraFeatures));
     if (m_Camera.m_VideoSlots < 3 || m_Camera.m_VideoSlots > 64)
       throw po::error("--video-slots takes 3 to 64");
     return true;

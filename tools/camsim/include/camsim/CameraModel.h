@@ -42,6 +42,9 @@ public:
   static constexpr std::uint64_t DeviceBase = 0x00010000;
   static constexpr std::uint64_t DeviceSize = 0x100;
   static constexpr std::uint64_t XmlAddress = 0x00100000;
+  //! The registers of the generated features (SCameraOptions::m_ExtraFeatures), 4 bytes each.
+  static constexpr std::uint64_t UserValuesBase = 0x00020000;
+  static constexpr std::uint32_t MaxExtraFeatures = 0x4000;
 
   //! Throws std::runtime_error when video is asked for and its channel is served elsewhere.
   explicit CCameraModel(SCameraOptions options = {});
@@ -148,6 +151,7 @@ private:
   std::vector<std::uint8_t> m_Manifest;
   std::vector<std::uint8_t> m_XmlFile;
   std::vector<std::uint8_t> m_Device;
+  std::vector<std::uint8_t> m_UserValues;
   SFaultPlan m_Faults;
   std::uint64_t m_AckCount = 0;
   SStatistics m_Stats;

@@ -35,6 +35,10 @@ struct SCameraOptions {
   bool m_PublishSha1 = true;
   //! Serve a damaged description (its published SHA-1 stays that of the intact one).
   bool m_CorruptXmlFile = false;
+  //! Generated features added to the description (category "UserDefinedValues", integers and
+  //! enumerations over registers the camera keeps, about 900 bytes each): 310 make it 300 KB,
+  //! as large as the smallest real descriptions. At most CCameraModel::MaxExtraFeatures.
+  std::uint32_t m_ExtraFeatures = 0;
   std::uint32_t m_SupportedBaudBits = 0xFF;
   std::uint32_t m_MaxResponseMs = 300;
   //! How long a "UserSetSave" takes; above the response time the camera sends pending acks.
