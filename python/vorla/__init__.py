@@ -74,13 +74,15 @@ class CameraClosed(Error):
 
 class Frame(_np.ndarray):
     """A grabbed frame: a NumPy array over a buffer of the grab, plus what the SDK says of it
-    (frame_number, timestamp, status "Grabbed" or "Failed", pixel_format, error). The buffer is
-    queued again once the frame and every view of it are released."""
+    (frame_number, timestamp, status "Grabbed" or "Failed", pixel_format, error), which views
+    of it say too. The buffer is queued again once the frame and every view of it are
+    released."""
 
-    def __array_finalize__(self, obj):
-        meta = getattr(obj, "__dict__", None)
-        if meta:
-            self.__dict__.update(meta)
+    frame_number = property(lambda self: _vorla._frame_info(self)[0])
+    timestamp = property(lambda self: _vorla._frame_info(self)[1])
+    status = property(lambda self: _vorla._frame_info(self)[2])
+    pixel_format = property(lambda self: _vorla._frame_info(self)[3])
+    error = property(lambda self: _vorla._frame_info(self)[4])
 
 
 from ._vorla import Camera, Feature, Features, Grab, cameras  # noqa: E402
