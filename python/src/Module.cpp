@@ -77,6 +77,7 @@ PYBIND11_MODULE(_vorla, module) {
 
   module.def("cameras", &Cameras, Drain());
   module.def("_route_log", &CLogRoute::Enable, py::arg("on"));
+  module.def("_pump_log", &CLogRoute::Pump);
   module.def("_frame_info", &FrameInfo);
 
   py::class_<CFeature>(module, "Feature")

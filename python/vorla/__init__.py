@@ -12,6 +12,7 @@ subclasses carrying the SDK's message unchanged.
 """
 import atexit as _atexit
 import builtins as _builtins
+import threading as _threading
 import weakref as _weakref
 
 import numpy as _np
@@ -120,16 +121,30 @@ def open(camera=None, *, first=False, serial=None, **properties):  # noqa: A001
     return cam
 
 
+_log_thread = None
+_log_switch = _threading.Lock()
+
+
 def log_to_python(on=True):
     """Routes the SDK's log to logging.getLogger("vorla.<category>") instead of standard error
-    (on=False: back to standard error, filtered by VORLA_LOG)."""
-    _vorla._route_log(on)
+    (on=False: back to standard error, filtered by VORLA_LOG). Lines of the SDK's own threads
+    are passed by a thread of the package, "vorla-log", as soon as they are logged."""
+    global _log_thread
+    with _log_switch:
+        _vorla._route_log(on)
+        if on and _log_thread is None:
+            _log_thread = _threading.Thread(target=_vorla._pump_log, name="vorla-log", daemon=True)
+            _log_thread.start()
+        elif not on and _log_thread is not None:
+            _log_thread.join()
+            _log_thread = None
 
 
 @_atexit.register
 def _close_all():
     for cam in list(_open_cameras):
         cam.close()
+    log_to_python(False)  # the log thread ends before the interpreter does
 
 
 __all__ = ["AccessError", "BadAlloc", "Camera", "CameraClosed", "CameraNotFound",

@@ -19,9 +19,10 @@
 //   6a. port timer                (the port's timeout and inactivity timer; its holder waits
 //                                  only for the timer thread's hand-over, never for 6)
 //   7. timer service              (the process's timer thread and its table)
-//   leaves: buffer table, node-callback table, removal-callback list, log sinks, the port's
-//           removal-sink lock, the inactivity timer's hand-over to its worker, a Python grab's
-//           returned buffers (python/src/BufferQueue.h)
+//   leaves: buffer table, node-callback table, removal-callback list, log sinks (then only a
+//           log listener's own leaf: the Python log route's queue, python/src/LogRoute.cpp),
+//           the port's removal-sink lock, the inactivity timer's hand-over to its worker, a
+//           Python grab's returned buffers (python/src/BufferQueue.h)
 //
 // A port's inactivity close runs on a worker thread of the port's timer, not on the timer
 // thread: the worker takes 6 like any caller. The device lock (2) is the device's GenApi CLock,
