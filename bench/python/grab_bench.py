@@ -18,7 +18,7 @@ import tempfile
 import time
 
 BIN = sys.argv[1]
-FRAMES, BUFFERS, ROUNDS, READS = 600, 8, 9, 200_000
+FRAMES, BUFFERS, ROUNDS, READS = 1000, 8, 11, 200_000
 
 work = tempfile.TemporaryDirectory()
 board = os.getpid() % 100000 + 200000
