@@ -12,6 +12,7 @@
 
 #include <cerrno>
 #include <cmath>
+#include <cstring>
 #include <optional>
 #include <poll.h>
 #include <system_error>
@@ -24,6 +25,8 @@ namespace {
 // Bounds on what the camera's PayloadSize and the caller may ask for.
 constexpr int64_t MaxPayloadSize = int64_t(1) << 30;
 constexpr uint32_t MaxBuffers = 1024;
+// How long a wait for a frame may keep a signal (Ctrl-C) waiting, in milliseconds.
+constexpr int64_t QuietWait = 100;
 
 // How a pixel type lands in an array: `channels` values of `bytes` each per pixel; 0 channels:
 // the raw bytes (packed and YUV formats).
@@ -81,24 +84,26 @@ const SLayout* LayoutOf(uint32_t type) {
   return nullptr;
 }
 
-// A frame's hold on its buffer: released with the frame's last array, it queues the buffer
-// again. The base object of every vorla.Frame.
+// A frame's hold on its buffer and what the stream grabber said of the frame: the base object
+// (a capsule of this name) of every vorla.Frame. Released with the frame's last array, it
+// returns the buffer to the grab. Releasing needs the GIL (the owner's reference) and nothing
+// else: no SDK lock, so a frame may go on any Python thread at any time.
+constexpr const char* LeaseName = "vorla.frame";
+
 struct SLease {
   std::shared_ptr<CBufferQueue> m_pQueue;
   Vorla::StreamBufferHandle m_Handle;
   uint64_t m_Index;
   PyObject* m_pOwner; // a reference on the NumPy array whose memory the frame is
+  int32_t m_FrameNumber;
+  uint64_t m_TimeStamp;
+  uint32_t m_PixelType;
+  bool m_Grabbed;
+  std::string m_Error;
 
-  static void Release(void* pointer) {
-    auto* lease = static_cast<SLease*>(pointer);
-    {
-      py::gil_scoped_release released;
-      try {
-        lease->m_pQueue->Queue(lease->m_Handle, lease->m_Index);
-      } catch (const GenICam::GenericException&) {
-        // the stream ended under the frame (the camera removed); the next frame says why
-      }
-    }
+  static void Release(PyObject* capsule) {
+    auto* lease = static_cast<SLease*>(PyCapsule_GetPointer(capsule, LeaseName));
+    lease->m_pQueue->Return(lease->m_Handle, lease->m_Index);
     Py_DECREF(lease->m_pOwner);
     delete lease;
   }
@@ -151,6 +156,8 @@ CGrab::CGrab(std::shared_ptr<CCamera> camera, std::optional<uint64_t> count, uin
   std::vector<void*> memory;
   for (uint32_t i = 0; i < buffers; ++i) {
     py::array_t<uint8_t> owner(static_cast<py::ssize_t>(payload));
+    // Touched now, so that no page of it is first mapped while a frame is copied into it.
+    std::memset(owner.mutable_data(), 0, static_cast<size_t>(payload));
     memory.push_back(owner.mutable_data());
     m_Owners.push_back(std::move(owner));
   }
@@ -170,20 +177,35 @@ CGrab::CGrab(std::shared_ptr<CCamera> camera, std::optional<uint64_t> count, uin
   }
 }
 
+void CGrab::QueueBuffer(Vorla::StreamBufferHandle handle, uint64_t context) {
+  if (m_Count && m_Queued == *m_Count)
+    return;
+  m_pStream->QueueBuffer(handle, context);
+  ++m_Queued;
+  ++m_InFlight;
+}
+
+void CGrab::QueueReturned() {
+  m_pQueue->TakeReturned(m_Returned);
+  for (const auto& buffer : m_Returned)
+    QueueBuffer(buffer.first, buffer.second);
+}
+
 void CGrab::Start(Vorla::IVorlaDevice& device, const std::vector<void*>& memory,
                   size_t payloadSize) {
   if (device.GetNumStreamGrabberChannels() == 0)
     throw CPyError(CPyError::Logical, "The camera has no stream to grab from.");
   m_pStream = device.GetStreamGrabber(0);
   m_pStream->Open();
-  m_WaitHandle = m_pStream->GetWaitObject().GetNativeHandle();
+  m_pWaitObject = &m_pStream->GetWaitObject();
   for (void* buffer : memory)
     m_Handles.push_back(m_pStream->RegisterBuffer(buffer, payloadSize));
   m_pStream->PrepareGrab();
   m_Prepared = true;
-  m_pQueue = std::make_shared<CBufferQueue>(*m_pStream, m_Count ? *m_Count : UINT64_MAX);
+  m_pQueue = std::make_shared<CBufferQueue>(m_Handles.size());
+  m_Returned.reserve(m_Handles.size());
   for (size_t i = 0; i < m_Handles.size(); ++i)
-    m_pQueue->Queue(m_Handles[i], i);
+    QueueBuffer(m_Handles[i], i);
   m_Started = true;
   ExecuteIfWritable(device, "AcquisitionStart");
 }
@@ -204,9 +226,7 @@ void CGrab::Close() {
 void CGrab::StopLocked(Vorla::IVorlaDevice& device) {
   if (m_Stopped)
     return;
-  m_Stopped = true;
-  if (m_pQueue)
-    m_pQueue->Stop();
+  m_Stopped = true; // from now on no returned buffer is queued again
   if (m_Started)
     Quietly([&] { ExecuteIfWritable(device, "AcquisitionStop"); });
   if (!m_pStream)
@@ -234,9 +254,9 @@ py::object CGrab::Next() {
   }
   const auto deadline = std::chrono::steady_clock::now() +
                         std::chrono::duration_cast<std::chrono::steady_clock::duration>(m_Timeout);
-  for (;;) {
+  for (bool interruptible = false;; interruptible = true) {
     Vorla::GrabResult result;
-    switch (Take(result, deadline)) {
+    switch (Take(result, deadline, interruptible)) {
     case Got:
       ++m_Yielded;
       return MakeFrame(result);
@@ -262,28 +282,37 @@ py::object CGrab::Next() {
 }
 
 CGrab::EOutcome CGrab::Take(Vorla::GrabResult& result,
-                            std::chrono::steady_clock::time_point deadline) {
+                            std::chrono::steady_clock::time_point deadline, bool interruptible) {
   py::gil_scoped_release released;
   for (;;) {
     const std::optional<EOutcome> taken =
         m_pCamera->CallReleased([&](Vorla::IVorlaDevice&) -> std::optional<EOutcome> {
           if (m_Stopped)
             return Stopped;
+          QueueReturned();
           while (m_pStream->RetrieveResult(result)) {
-            m_pQueue->Retrieved();
+            if (m_InFlight)
+              --m_InFlight;
             if (result.m_Status != Vorla::Canceled)
               return Got;
           }
-          return std::nullopt;
+          return m_InFlight ? std::nullopt : std::optional<EOutcome>(Starved);
         });
     if (taken)
       return *taken;
-    if (m_pQueue->InFlight() == 0)
-      return Starved;
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-        deadline - std::chrono::steady_clock::now());
-    pollfd fd{m_WaitHandle, POLLIN, 0};
-    const int ready = ::poll(&fd, 1, static_cast<int>(std::max<int64_t>(left.count(), 0)));
+    const int64_t left = std::max<int64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(
+                                               deadline - std::chrono::steady_clock::now())
+                                               .count(),
+                                           0);
+    if (!interruptible) {
+      // The descriptor is made only when a wait outlasts QuietWait: once it exists, every
+      // signal and reset of the wait object costs a system call.
+      if (m_pWaitObject->Wait(static_cast<unsigned>(std::min(left, QuietWait))))
+        continue;
+      return left <= QuietWait ? TimedOut : Interrupted;
+    }
+    pollfd fd{m_pWaitObject->GetNativeHandle(), POLLIN, 0};
+    const int ready = ::poll(&fd, 1, static_cast<int>(left));
     if (ready == 0)
       return TimedOut;
     if (ready < 0 && errno == EINTR)
@@ -296,53 +325,65 @@ CGrab::EOutcome CGrab::Take(Vorla::GrabResult& result,
 py::object CGrab::MakeFrame(const Vorla::GrabResult& result) {
   const SLayout* layout = LayoutOf(result.m_PixelType);
   const bool grabbed = result.m_Status == Vorla::Grabbed;
-  py::object owner = m_Owners.at(static_cast<size_t>(result.m_Context));
-  auto* lease = new SLease{m_pQueue, result.m_hBuffer, result.m_Context, owner.inc_ref().ptr()};
-  const py::capsule base(lease, &SLease::Release);
-
   const size_t valid = grabbed ? static_cast<size_t>(result.m_PayloadSize) : 0;
-  const py::ssize_t width = result.m_SizeX, height = result.m_SizeY;
-  py::dtype type = py::dtype::of<uint8_t>();
-  std::vector<Py_intptr_t> shape{static_cast<Py_intptr_t>(valid)}, strides{1};
+  const Py_intptr_t width = result.m_SizeX, height = result.m_SizeY;
+  int type = py::detail::npy_api::NPY_UBYTE_;
+  int dimensions = 1;
+  Py_intptr_t shape[3] = {static_cast<Py_intptr_t>(valid)}, strides[3] = {1};
   if (grabbed && layout && layout->m_Channels && width > 0 && height > 0 &&
       result.m_PaddingX >= 0) {
-    const py::ssize_t pixel = layout->m_Channels * layout->m_Bytes;
-    const py::ssize_t line = width * pixel + result.m_PaddingX;
+    const Py_intptr_t pixel = layout->m_Channels * layout->m_Bytes;
+    const Py_intptr_t line = width * pixel + result.m_PaddingX;
     if (static_cast<size_t>(line * (height - 1) + width * pixel) <= valid) {
       if (layout->m_Bytes == 2)
-        type = py::dtype::of<uint16_t>();
-      shape = {height, width};
-      strides = {line, pixel};
-      if (layout->m_Channels > 1) {
-        shape.push_back(layout->m_Channels);
-        strides.push_back(layout->m_Bytes);
-      }
+        type = py::detail::npy_api::NPY_USHORT_;
+      dimensions = layout->m_Channels > 1 ? 3 : 2;
+      shape[0] = height, shape[1] = width, shape[2] = layout->m_Channels;
+      strides[0] = line, strides[1] = pixel, strides[2] = layout->m_Bytes;
     }
   }
-  // A vorla.Frame straight away (no view of a plain array), its attributes in one dict.
+  py::object owner = m_Owners.at(static_cast<size_t>(result.m_Context));
+  auto lease = std::make_unique<SLease>(SLease{
+      m_pQueue, result.m_hBuffer, result.m_Context, owner.ptr(), result.m_FrameNumber,
+      result.m_GrabberTimeStamp, result.m_PixelType, grabbed, result.m_ErrorDescription.c_str()});
+  py::object base =
+      py::reinterpret_steal<py::object>(PyCapsule_New(lease.get(), LeaseName, &SLease::Release));
+  if (!base) // the lease goes with the exception; the buffer with the grab
+    throw py::error_already_set();
+  owner.release();
+  lease.release();
+  // A vorla.Frame straight away (no view of a plain array); NumPy calls no __array_finalize__
+  // for it, and its attributes live in the lease until asked for.
   auto& api = py::detail::npy_api::get();
-  py::object frame = py::reinterpret_steal<py::object>(api.PyArray_NewFromDescr_(
-      reinterpret_cast<PyTypeObject*>(FrameType().ptr()), type.release().ptr(),
-      static_cast<int>(shape.size()), shape.data(), strides.data(), result.m_pBuffer,
-      py::detail::npy_api::NPY_ARRAY_WRITEABLE_, nullptr));
-  if (!frame)
+  PyObject* frame = api.PyArray_NewFromDescr_(reinterpret_cast<PyTypeObject*>(FrameType().ptr()),
+                                              api.PyArray_DescrFromType_(type), dimensions, shape,
+                                              strides, result.m_pBuffer,
+                                              py::detail::npy_api::NPY_ARRAY_WRITEABLE_, nullptr);
+  if (!frame || api.PyArray_SetBaseObject_(frame, base.release().ptr()) != 0) {
+    Py_XDECREF(frame);
     throw py::error_already_set();
-  api.PyArray_SetBaseObject_(frame.ptr(), base.inc_ref().ptr());
-  py::dict attributes;
-  attributes["frame_number"] = result.m_FrameNumber;
-  attributes["timestamp"] = result.m_GrabberTimeStamp;
-  attributes["status"] = grabbed ? "Grabbed" : "Failed";
-  if (layout) {
-    attributes["pixel_format"] = layout->m_Name;
-  } else {
-    char unknown[16];
-    std::snprintf(unknown, sizeof unknown, "0x%08X", result.m_PixelType);
-    attributes["pixel_format"] = unknown;
   }
-  attributes["error"] = result.m_ErrorDescription.c_str();
-  if (PyObject_GenericSetDict(frame.ptr(), attributes.ptr(), nullptr) != 0)
-    throw py::error_already_set();
-  return frame;
+  return py::reinterpret_steal<py::object>(frame);
+}
+
+py::tuple FrameInfo(py::handle array) {
+  auto& api = py::detail::npy_api::get();
+  PyObject* object = array.ptr();
+  // A view's base is the frame it was taken from (NumPy stops collapsing at the capsule).
+  for (int depth = 0; depth < 64 && object && api.PyArray_Check_(object); ++depth) {
+    object = py::detail::array_proxy(object)->base;
+    if (object && PyCapsule_IsValid(object, LeaseName)) {
+      const auto& lease = *static_cast<SLease*>(PyCapsule_GetPointer(object, LeaseName));
+      const SLayout* layout = LayoutOf(lease.m_PixelType);
+      char unknown[16];
+      std::snprintf(unknown, sizeof unknown, "0x%08X", lease.m_PixelType);
+      return py::make_tuple(lease.m_FrameNumber, lease.m_TimeStamp,
+                            lease.m_Grabbed ? "Grabbed" : "Failed",
+                            layout ? layout->m_Name : unknown, lease.m_Error);
+    }
+  }
+  throw py::attribute_error("not a grabbed frame (a copy or a computed array): it has no frame "
+                            "attributes");
 }
 
 } // namespace VorlaPy

@@ -12,6 +12,7 @@ subclasses carrying the SDK's message unchanged.
 """
 import atexit as _atexit
 import builtins as _builtins
+import threading as _threading
 import weakref as _weakref
 
 import numpy as _np
@@ -74,13 +75,15 @@ class CameraClosed(Error):
 
 class Frame(_np.ndarray):
     """A grabbed frame: a NumPy array over a buffer of the grab, plus what the SDK says of it
-    (frame_number, timestamp, status "Grabbed" or "Failed", pixel_format, error). The buffer is
-    queued again once the frame and every view of it are released."""
+    (frame_number, timestamp, status "Grabbed" or "Failed", pixel_format, error), which views
+    of it say too. The buffer is queued again once the frame and every view of it are
+    released."""
 
-    def __array_finalize__(self, obj):
-        meta = getattr(obj, "__dict__", None)
-        if meta:
-            self.__dict__.update(meta)
+    frame_number = property(lambda self: _vorla._frame_info(self)[0])
+    timestamp = property(lambda self: _vorla._frame_info(self)[1])
+    status = property(lambda self: _vorla._frame_info(self)[2])
+    pixel_format = property(lambda self: _vorla._frame_info(self)[3])
+    error = property(lambda self: _vorla._frame_info(self)[4])
 
 
 from ._vorla import Camera, Feature, Features, Grab, cameras  # noqa: E402
@@ -118,16 +121,30 @@ def open(camera=None, *, first=False, serial=None, **properties):  # noqa: A001
     return cam
 
 
+_log_thread = None
+_log_switch = _threading.Lock()
+
+
 def log_to_python(on=True):
     """Routes the SDK's log to logging.getLogger("vorla.<category>") instead of standard error
-    (on=False: back to standard error, filtered by VORLA_LOG)."""
-    _vorla._route_log(on)
+    (on=False: back to standard error, filtered by VORLA_LOG). Lines of the SDK's own threads
+    are passed by a thread of the package, "vorla-log", as soon as they are logged."""
+    global _log_thread
+    with _log_switch:
+        _vorla._route_log(on)
+        if on and _log_thread is None:
+            _log_thread = _threading.Thread(target=_vorla._pump_log, name="vorla-log", daemon=True)
+            _log_thread.start()
+        elif not on and _log_thread is not None:
+            _log_thread.join()
+            _log_thread = None
 
 
 @_atexit.register
 def _close_all():
     for cam in list(_open_cameras):
         cam.close()
+    log_to_python(False)  # the log thread ends before the interpreter does
 
 
 __all__ = ["AccessError", "BadAlloc", "Camera", "CameraClosed", "CameraNotFound",

@@ -51,6 +51,7 @@ struct State {
   std::vector<std::string> categories;
   Filter filter;
   std::vector<CLogCapture*> captures;
+  std::vector<ILogListener*> listeners;
 
   State() {
     std::string env;
@@ -101,7 +102,7 @@ void LogTrace(CategoryID category, unsigned level, const char* format, ...) {
   std::unique_lock<std::mutex> guard(s.lock);
   LogEntry entry{NameOf(s, category), level, std::string()};
   const bool toStderr = s.filter.Passes(entry.category, level);
-  if (!toStderr && s.captures.empty())
+  if (!toStderr && s.captures.empty() && s.listeners.empty())
     return; // nobody reads it: don't format
   guard.unlock();
 
@@ -113,6 +114,8 @@ void LogTrace(CategoryID category, unsigned level, const char* format, ...) {
   guard.lock();
   for (CLogCapture* capture : s.captures)
     capture->Add(entry);
+  for (ILogListener* listener : s.listeners)
+    listener->Write(entry);
   guard.unlock();
   if (toStderr)
     std::fprintf(stderr, "[%s] %u: %s\n", entry.category.c_str(), level, entry.text.c_str());
@@ -132,6 +135,19 @@ void UnregisterCapture(CLogCapture* capture) {
   State& s = GetState();
   std::lock_guard<std::mutex> guard(s.lock);
   s.captures.erase(std::remove(s.captures.begin(), s.captures.end(), capture), s.captures.end());
+}
+
+void LogAddListener(ILogListener* listener) {
+  State& s = GetState();
+  std::lock_guard<std::mutex> guard(s.lock);
+  s.listeners.push_back(listener);
+}
+
+void LogRemoveListener(ILogListener* listener) {
+  State& s = GetState();
+  std::lock_guard<std::mutex> guard(s.lock);
+  s.listeners.erase(std::remove(s.listeners.begin(), s.listeners.end(), listener),
+                    s.listeners.end());
 }
 
 namespace {

@@ -1,7 +1,7 @@
 #pragma once
 // The host's logging: named categories, five levels, a standard-error sink filtered by VORLA_LOG
 // ("64", or "32,Vorla.CLSer.Port:16": a default threshold and per-category thresholds; default
-// 128) and capture sinks that tests and tools install.
+// 128), capture sinks that tests and tools install and listeners of the application's.
 #include <VorlaBase/VorlaBaseDef.h>
 
 #include <string>
@@ -56,5 +56,21 @@ public:
 private:
   std::vector<LogEntry> m_entries; // guarded by the logging state's one lock
 };
+
+//! An application's own sink: Write receives every line, whatever the filter, from
+//! LogAddListener until LogRemoveListener returns. It runs on the thread that logs, which may
+//! hold any of the SDK's locks, under the logging state's lock: so Write must be quick, must not
+//! log and must take no lock but a leaf of its own (queue the line, wake a thread of the
+//! application's, nothing more).
+class ILogListener {
+public:
+  virtual void Write(const LogEntry& entry) noexcept = 0;
+
+protected:
+  ~ILogListener() = default;
+};
+
+VORLABASE_API void LogAddListener(ILogListener* listener);
+VORLABASE_API void LogRemoveListener(ILogListener* listener);
 
 } // namespace vxlog

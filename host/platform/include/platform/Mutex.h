@@ -9,8 +9,7 @@
 //
 //   0. the application's own      vorla-cl's signal handler (CInterruption; the handler it runs
 //                                 cancels a grab); a Python camera (python/src/Camera.h, taken
-//                                 only with the GIL released), then its grab's buffer queue
-//                                 (python/src/BufferQueue.h, held while it queues a buffer)
+//                                 only with the GIL released)
 //   1. transport layer            (CVorlaCLSerTl, recursive)
 //   2. device                     (CVorlaCLSerDevice, its removal link)
 //   3. stream grabber             (CVorlaCLSerStreamGrabber, the application's state machine)
@@ -20,8 +19,10 @@
 //   6a. port timer                (the port's timeout and inactivity timer; its holder waits
 //                                  only for the timer thread's hand-over, never for 6)
 //   7. timer service              (the process's timer thread and its table)
-//   leaves: buffer table, node-callback table, removal-callback list, log sinks, the port's
-//           removal-sink lock, the inactivity timer's hand-over to its worker
+//   leaves: buffer table, node-callback table, removal-callback list, log sinks (then only a
+//           log listener's own leaf: the Python log route's queue, python/src/LogRoute.cpp),
+//           the port's removal-sink lock, the inactivity timer's hand-over to its worker, a
+//           Python grab's returned buffers (python/src/BufferQueue.h)
 //
 // A port's inactivity close runs on a worker thread of the port's timer, not on the timer
 // thread: the worker takes 6 like any caller. The device lock (2) is the device's GenApi CLock,
