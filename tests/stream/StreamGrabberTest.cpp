@@ -22,7 +22,8 @@ namespace {
 using testsupport::Thrown;
 constexpr auto Runtime = &Thrown<GenICam::RuntimeException>;
 
-// A frame of `lines` lines of `length` bytes each `pitch` apart, byte i of line l = l*16 + i.
+// A frame of `lines` lines of `length` bytes each `pitch` apart, byte i of line l = l*16 + i; the
+// last line ends the frame, short of a full pitch.
 struct SFrame {
   SFrame(uint64_t length, uint64_t pitch, int32_t lines) : m_Data(pitch * lines, 0xEE) {
     for (int32_t l = 0; l < lines; ++l)
@@ -31,7 +32,7 @@ struct SFrame {
     m_Descriptor.m_LineCount = lines;
     m_Descriptor.m_LineLength = length;
     m_Descriptor.m_LinePitch = pitch;
-    m_Descriptor.m_TotalSize = pitch == length ? length * lines : pitch * lines;
+    m_Descriptor.m_TotalSize = pitch * (lines - 1) + length;
     m_Descriptor.m_pData = m_Data.data();
   }
   std::vector<uint8_t> m_Data;
