@@ -158,11 +158,9 @@ TEST(FramePathPattern, IndexGoesIntoTheHashesOrBeforeTheExtension) {
     std::uint64_t m_Index;
     const char* m_Path;
   } cases[] = {
-      {"f-####.png", 7, "f-0007.png"},
-      {"f-##.png", 123, "f-123.png"},
-      {"out/img.png", 3, "out/img-3.png"},
-      {"a.b/img", 1, "a.b/img-1.png"},
-      {"###", 5, "005"},
+      {"f-####.png", 7, "f-0007.png"}, {"f-##.png", 123, "f-123.png"},
+      {"f-##.png", 7, "f-07.png"},     {"out/img.png", 3, "out/img-3.png"},
+      {"a.b/img", 1, "a.b/img-1.png"}, {"###", 5, "005"},
   };
   for (const auto& c : cases)
     EXPECT_EQ(CFramePathPattern(c.m_Pattern).Path(c.m_Index), c.m_Path) << c.m_Pattern;
