@@ -193,6 +193,7 @@ TEST_F(CameraModel, ABaudSwitchStaysOnlyOnceConfirmedAndWrongRateIsGarbled) {
 }
 
 TEST_F(CameraModel, HeartbeatExpiryRestoresDefaultRate) {
+  EXPECT_EQ(Write32(9, GenCP::Abrm::AccessPrivilege, 2), GenCP::StatusInvalidParameter);
   ASSERT_EQ(Write32(1, GenCP::Abrm::AccessPrivilege, 1), GenCP::StatusSuccess);
   ASSERT_EQ(Write32(2, Sbrm + 4, 0x20), GenCP::StatusSuccess);
   ASSERT_EQ(Write32(3, Sbrm + 4, 0x20, 0x20), GenCP::StatusSuccess);

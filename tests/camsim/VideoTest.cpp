@@ -271,7 +271,8 @@ TEST(Cable, AttachRefusesWhatItCannotTrust) {
 }
 
 // Attached, the reader keeps the geometry it checked: a header rewritten afterwards moves
-// neither the slots it scans nor the frame it hands out.
+// neither the slots it scans nor the frame it hands out; and it takes only frames published
+// after it came.
 TEST(Cable, AHeaderChangedAfterAttachCannotMoveTheReader) {
   const std::function<void(SCableHeader&)> changes[] = {
       [](SCableHeader& h) { h.m_SlotCount = 65; },
@@ -281,9 +282,12 @@ TEST(Cable, AHeaderChangedAfterAttachCannotMoveTheReader) {
   };
   for (const auto& change : changes) {
     CPlantedCable planted;
+    planted.Ready(0, 1, 8); // published before the reader came: not for it
+    // The camera's clock was read a moment after the reader's: a live beat all the same.
+    planted.Header().m_Heartbeat = CCableSegment::Now() + HeartbeatIntervalNs;
     Reader reader;
     ASSERT_TRUE(reader.Attach(CPlantedCable::Name())) << reader.Refusal();
-    planted.Ready(1, 1, std::uint64_t(1) << 30);
+    planted.Ready(1, 2, std::uint64_t(1) << 30);
     planted.Slot(1)[SlotDataOffset] = 0xA5;
     change(planted.Header());
     std::atomic<bool> cancel{false};

@@ -64,11 +64,6 @@ TEST(DeviceID, DirectoryExpandsEnvironmentOnlyWhenAsked) {
   ::unsetenv("VORLA_TEST_DRVDIR");
 }
 
-TEST(DeviceID, SeparatorInBothSpellings) {
-  EXPECT_EQ(CDeviceID::GetTokenSeparator(), "#");
-  EXPECT_EQ(CDeviceID::GetTokenSeperator(), "#");
-}
-
 TEST(CLErrException, CarriesCodeTypeAndPlace) {
   try {
     throw CLERR_EXCEPTION("Timeout").SetCLErrorCode(CL_ERR_TIMEOUT);

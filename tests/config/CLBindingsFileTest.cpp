@@ -9,9 +9,7 @@
 
 #include <gmock/gmock.h>
 
-#include <xercesc/dom/DOM.hpp>
-#include <xercesc/util/XMLString.hpp>
-#include <xercesc/util/XMLUniDefs.hpp>
+#include <algorithm>
 
 using namespace ConfigTest;
 using ::testing::HasSubstr;
@@ -53,37 +51,79 @@ protected:
   vxlog::CLogCapture m_log;
 };
 
-TEST_F(CLBindingsFile, ReadsEveryFieldAndLogsProgress) {
-  const unsigned int count =
-      Parse(Document(Port("TTY#ttyS0", "yes",
-                          "<Manufacturer>Hexmar</Manufacturer><Family>Fam</Family><Model>M1</Model>"
-                          "<DeviceSpecificString>Sapera Board=0</DeviceSpecificString>"
-                          "<BaudRate>Baud115200</BaudRate>")));
-
-  EXPECT_EQ(count, 1u);
-  ASSERT_EQ(m_table.size(), 1u);
-  const SPortConfigurationEntry& e = m_table[0];
-  EXPECT_EQ(e.ID, "TTY#ttyS0");
-  EXPECT_TRUE(e.Enabled);
-  EXPECT_EQ(e.Manufacturer, "Hexmar");
-  EXPECT_EQ(e.Family, "Fam");
-  EXPECT_EQ(e.Model, "M1");
-  EXPECT_EQ(e.DeviceSpecificString, "Sapera Board=0");
-  EXPECT_EQ(e.BaudRate, "Baud115200");
-  EXPECT_EQ(m_log.Count("Trying to load CLBindings from file '" + m_path + "'"), 1u);
-  EXPECT_EQ(m_log.Count("Successfully parsed 1 entries from CLbindings file."), 1u);
-  EXPECT_EQ(ErrorLines(), 0u);
+// Each entry as "ID on|off Manufacturer|Family|Model|DeviceSpecificString|BaudRate".
+std::string Entries(const PortConfigurationTable& table) {
+  std::string text;
+  for (const SPortConfigurationEntry& e : table)
+    text += e.ID + (e.Enabled ? " on " : " off ") + e.Manufacturer + "|" + e.Family + "|" +
+            e.Model + "|" + e.DeviceSpecificString + "|" + e.BaudRate + "\n";
+  return text;
 }
 
-TEST_F(CLBindingsFile, AbsentChildrenLeaveFieldsEmptyAndPortDisabled) {
-  Parse(Document("<Port><ID>TTY#ttyS1</ID></Port>"));
-  ASSERT_EQ(m_table.size(), 1u);
-  EXPECT_FALSE(m_table[0].Enabled);
-  EXPECT_EQ(m_table[0].Manufacturer, "");
-  EXPECT_EQ(m_table[0].Family, "");
-  EXPECT_EQ(m_table[0].Model, "");
-  EXPECT_EQ(m_table[0].DeviceSpecificString, "");
-  EXPECT_EQ(m_table[0].BaudRate, "");
+// Every Port element with an id, at any depth, gives one entry in document order, appended to
+// the table; each entry starts empty and disabled.
+TEST_F(CLBindingsFile, EveryPortWithAnIdGivesOneEntryInDocumentOrder) {
+  struct SCase {
+    const char* m_What;
+    std::string m_Text, m_Entries;
+  };
+  // clang-format off
+  const SCase cases[] = {
+      {"every field, then a port of its id only",
+       Document(Port("TTY#ttyS0", "yes",
+                     "<Manufacturer>Hexmar</Manufacturer><Family>Fam</Family><Model>M1</Model>"
+                     "<DeviceSpecificString>Sapera Board=0</DeviceSpecificString>"
+                     "<BaudRate>Baud115200</BaudRate>") + "<Port><ID>TTY#ttyS1</ID></Port>"),
+       "TTY#ttyS0 on Hexmar|Fam|M1|Sapera Board=0|Baud115200\nTTY#ttyS1 off ||||\n"},
+      {"the id's name in any case, the other names exact",
+       Document("<Port><id>a</id><enabled>yes</enabled></Port>"
+                "<Port><Id>b</Id><ENABLED>true</ENABLED><manufacturer>Hexmar</manufacturer>"
+                "<baudrate>Baud9600</baudrate><Enabled>1</Enabled></Port>"
+                "<Port><iD>c</iD><Family>F</Family><FAMILY>G</FAMILY><Unknown>x</Unknown></Port>"),
+       "a off ||||\nb on ||||\nc off |F|||\n"},
+      {"duplicates and ids differing in case",
+       Document(Port("TTY#ttyS0", "yes", "<BaudRate>A</BaudRate>") +
+                Port("TTY#ttyS0", "no", "<BaudRate>B</BaudRate>") + Port("tty#TTYS0")),
+       "TTY#ttyS0 on ||||A\nTTY#ttyS0 off ||||B\ntty#TTYS0 on ||||\n"},
+      {"ports without an id",
+       Document("<Port><Enabled>yes</Enabled></Port><Port><ID>   </ID></Port>"
+                "<Port><ID/></Port><Port ID=\"attr\"/><Port>TTY#text</Port>" + Port("kept")),
+       "kept on ||||\n"},
+      {"the last of repeated children",
+       Document("<Port><ID>first</ID><Model>a</Model><Enabled>yes</Enabled><ID>second</ID>"
+                "<Model>b</Model><Enabled>no</Enabled></Port>"),
+       "second off ||b||\n"},
+      {"any depth",
+       "<Anything><Group><Port><ID>A</ID></Port></Group>"
+       "<Port><ID>B</ID><Port><ID>C</ID></Port></Port>"
+       "<Deep><Deeper><Deepest><Port><ID>D</ID></Port></Deepest></Deeper></Deep></Anything>",
+       "A off ||||\nB off ||||\nC off ||||\nD off ||||\n"},
+      {"a port as the root", Port("alone"), "alone on ||||\n"},
+      {"values are the whole descendant text, trimmed",
+       Document("<Port>\n  <ID>\n\t TTY#<b>tty</b><!-- note -->S0<![CDATA[]]> \n</ID>\n"
+                "  <DeviceSpecificString>  NI-IMAQ  <x>img0</x>  </DeviceSpecificString>\n"
+                "  <Model><![CDATA[  <raw>  ]]></Model>\n"
+                "  <Enabled> <v>yes</v> </Enabled>\n</Port>"),
+       "TTY#ttyS0 on ||<raw>|NI-IMAQ  img0|\n"},
+      {"attributes", Document("<Port ID=\"attr\" Enabled=\"yes\"><ID>child</ID></Port>"),
+       "child off ||||\n"},
+      {"no ports", Document(""), ""},
+  };
+  // clang-format on
+  for (const SCase& c : cases) {
+    SCOPED_TRACE(c.m_What);
+    m_table.assign(1, SPortConfigurationEntry{"before", "", "", "", "", "", true});
+    m_log.Clear();
+    const auto count =
+        static_cast<unsigned>(std::count(c.m_Entries.begin(), c.m_Entries.end(), '\n'));
+    EXPECT_EQ(Parse(c.m_Text), count);
+    EXPECT_EQ(Entries(m_table), "before on ||||\n" + c.m_Entries);
+    EXPECT_EQ(m_log.Count("Trying to load CLBindings from file '" + m_path + "'"), 1u);
+    EXPECT_EQ(m_log.Count("Successfully parsed " + std::to_string(count) +
+                          " entries from CLbindings file."),
+              1u);
+    EXPECT_EQ(ErrorLines(), 0u);
+  }
 }
 
 TEST_F(CLBindingsFile, EnabledAcceptsYesTrueOneInAnyCase) {
@@ -99,142 +139,37 @@ TEST_F(CLBindingsFile, EnabledAcceptsYesTrueOneInAnyCase) {
     EXPECT_EQ(m_table[i].Enabled, cases[i].second) << "'" << cases[i].first << "'";
 }
 
-TEST_F(CLBindingsFile, IdNameIsCaseInsensitiveOtherNamesAreExact) {
-  Parse(
-      Document("<Port><id>a</id><enabled>yes</enabled></Port>"
-               "<Port><Id>b</Id><ENABLED>true</ENABLED><manufacturer>Hexmar</manufacturer>"
-               "<baudrate>Baud9600</baudrate><Enabled>1</Enabled></Port>"
-               "<Port><iD>c</iD><Family>F</Family><FAMILY>G</FAMILY><Unknown>x</Unknown></Port>"));
-  ASSERT_EQ(m_table.size(), 3u);
-  EXPECT_EQ(m_table[0].ID, "a");
-  EXPECT_FALSE(m_table[0].Enabled);
-  EXPECT_EQ(m_table[1].ID, "b");
-  EXPECT_TRUE(m_table[1].Enabled);
-  EXPECT_EQ(m_table[1].Manufacturer, "");
-  EXPECT_EQ(m_table[1].BaudRate, "");
-  EXPECT_EQ(m_table[2].ID, "c");
-  EXPECT_EQ(m_table[2].Family, "F");
-}
-
-TEST_F(CLBindingsFile, DuplicatesAndIdsDifferingInCaseAreAllKept) {
-  const unsigned int count =
-      Parse(Document(Port("TTY#ttyS0", "yes", "<BaudRate>A</BaudRate>") +
-                     Port("TTY#ttyS0", "no", "<BaudRate>B</BaudRate>") + Port("tty#TTYS0")));
-  EXPECT_EQ(count, 3u);
-  ASSERT_EQ(m_table.size(), 3u);
-  EXPECT_EQ(m_table[0].BaudRate, "A");
-  EXPECT_EQ(m_table[1].BaudRate, "B");
-  EXPECT_FALSE(m_table[1].Enabled);
-  EXPECT_EQ(m_table[2].ID, "tty#TTYS0");
-  EXPECT_EQ(m_log.Count("Successfully parsed 3 entries from CLbindings file."), 1u);
-}
-
-TEST_F(CLBindingsFile, PortsWithoutIdAreSkippedSilentlyAndNotCounted) {
-  const unsigned int count =
-      Parse(Document("<Port><Enabled>yes</Enabled></Port><Port><ID>   </ID></Port>"
-                     "<Port><ID/></Port><Port ID=\"attr\"/><Port>TTY#text</Port>" +
-                     Port("kept")));
-  EXPECT_EQ(count, 1u);
-  ASSERT_EQ(m_table.size(), 1u);
-  EXPECT_EQ(m_table[0].ID, "kept");
-  EXPECT_EQ(m_log.Count("Successfully parsed 1 entries from CLbindings file."), 1u);
-  EXPECT_EQ(ErrorLines(), 0u);
-}
-
-TEST_F(CLBindingsFile, LastOfRepeatedChildrenWins) {
-  Parse(Document("<Port><ID>first</ID><Model>a</Model><Enabled>yes</Enabled><ID>second</ID>"
-                 "<Model>b</Model><Enabled>no</Enabled></Port>"));
-  ASSERT_EQ(m_table.size(), 1u);
-  EXPECT_EQ(m_table[0].ID, "second");
-  EXPECT_EQ(m_table[0].Model, "b");
-  EXPECT_FALSE(m_table[0].Enabled);
-}
-
-TEST_F(CLBindingsFile, PortsAtAnyDepthInDocumentOrder) {
-  Parse("<Anything><Group><Port><ID>A</ID></Port></Group>"
-        "<Port><ID>B</ID><Port><ID>C</ID></Port></Port>"
-        "<Deep><Deeper><Deepest><Port><ID>D</ID></Port></Deepest></Deeper></Deep></Anything>");
-  ASSERT_EQ(m_table.size(), 4u);
-  EXPECT_EQ(m_table[0].ID, "A");
-  EXPECT_EQ(m_table[1].ID, "B");
-  EXPECT_EQ(m_table[2].ID, "C");
-  EXPECT_EQ(m_table[3].ID, "D");
-}
-
-TEST_F(CLBindingsFile, PortAsRootElementCounts) {
-  EXPECT_EQ(Parse(Port("alone")), 1u);
-}
-
-TEST_F(CLBindingsFile, ValuesAreWholeDescendantTextTrimmed) {
-  Parse(Document("<Port>\n  <ID>\n\t TTY#<b>tty</b><!-- note -->S0<![CDATA[]]> \n</ID>\n"
-                 "  <DeviceSpecificString>  NI-IMAQ  <x>img0</x>  </DeviceSpecificString>\n"
-                 "  <Model><![CDATA[  <raw>  ]]></Model>\n"
-                 "  <Enabled> <v>yes</v> </Enabled>\n</Port>"));
-  ASSERT_EQ(m_table.size(), 1u);
-  EXPECT_EQ(m_table[0].ID, "TTY#ttyS0");
-  EXPECT_EQ(m_table[0].DeviceSpecificString, "NI-IMAQ  img0");
-  EXPECT_EQ(m_table[0].Model, "<raw>");
-  EXPECT_TRUE(m_table[0].Enabled);
-}
-
-TEST_F(CLBindingsFile, AttributesOfPortAreIgnored) {
-  Parse(Document("<Port ID=\"attr\" Enabled=\"yes\"><ID>child</ID></Port>"));
-  ASSERT_EQ(m_table.size(), 1u);
-  EXPECT_EQ(m_table[0].ID, "child");
-  EXPECT_FALSE(m_table[0].Enabled);
-}
-
-TEST_F(CLBindingsFile, DocumentWithoutPortsGivesNothing) {
-  EXPECT_EQ(Parse(Document("")), 0u);
-  EXPECT_TRUE(m_table.empty());
-  EXPECT_EQ(m_log.Count("Successfully parsed 0 entries from CLbindings file."), 1u);
-}
-
 TEST_F(CLBindingsFile, NullPathReturnsZeroWithoutLogging) {
   EXPECT_EQ(CCLBindingsFile::ParseCLBindingsFile(nullptr, m_table), 0u);
   EXPECT_TRUE(m_log.Entries().empty());
 }
 
-TEST_F(CLBindingsFile, MissingFileIsReportedNotThrown) {
-  const std::string missing = m_folder.File("missing.xml");
-  EXPECT_EQ(CCLBindingsFile::ParseCLBindingsFile(missing.c_str(), m_table), 0u);
-  EXPECT_EQ(m_log.Count("Trying to load CLBindings from file '" + missing + "'"), 1u);
-  EXPECT_EQ(m_log.Count("CLBindings file '" + missing + "' does not exist or could not be read."),
-            1u);
-  ASSERT_EQ(m_log.Entries().size(), 2u);
-  EXPECT_EQ(m_log.Entries()[1].level, unsigned(vxlog::Error));
-  EXPECT_EQ(m_log.Entries()[1].category, "Vorla.CLSer.TL");
-}
-
-TEST_F(CLBindingsFile, FolderInPlaceOfFileCannotBeRead) {
-  const std::string folder = m_folder.File("folder.xml");
-  fs::create_directory(folder);
-  EXPECT_EQ(CCLBindingsFile::ParseCLBindingsFile(folder.c_str(), m_table), 0u);
-  EXPECT_EQ(m_log.Count("CLBindings file '" + folder + "' does not exist or could not be read."),
-            1u);
-}
-
-TEST_F(CLBindingsFile, EmptyFileRaisesTheParseError) {
-  EXPECT_THAT(ParseError(""), StartsWith("Failed to parse XML file '" + m_path + "' : '"));
+// A file that cannot be read is logged, not thrown; a file that is no XML document is thrown,
+// and no entry is taken before the whole document has been parsed.
+TEST_F(CLBindingsFile, UnreadableFilesAreLoggedAndMalformedOnesThrown) {
+  fs::create_directory(m_folder.File("folder.xml"));
+  for (const std::string& unreadable :
+       {m_folder.File("missing.xml"), m_folder.File("folder.xml")}) {
+    m_log.Clear();
+    EXPECT_EQ(CCLBindingsFile::ParseCLBindingsFile(unreadable.c_str(), m_table), 0u);
+    EXPECT_EQ(m_log.Count("Trying to load CLBindings from file '" + unreadable + "'"), 1u);
+    EXPECT_EQ(
+        m_log.Count("CLBindings file '" + unreadable + "' does not exist or could not be read."),
+        1u);
+    ASSERT_EQ(m_log.Entries().size(), 2u);
+    EXPECT_EQ(m_log.Entries()[1].level, unsigned(vxlog::Error));
+    EXPECT_EQ(m_log.Entries()[1].category, "Vorla.CLSer.TL");
+  }
+  const std::string malformed = Document(Port("TTY#ttyS0")) + "\n<Port><ID>late</ID></Prot>\n";
+  for (const std::string text :
+       {"", "not xml at all", "<Ports><Port><ID>a</ID></Port>", "<a></a><b></b>",
+        "<Ports>&undefined;</Ports>", "\xff\xfe<", malformed.c_str()}) {
+    EXPECT_THAT(ParseError(text), StartsWith("Failed to parse XML file '" + m_path + "' : '"))
+        << text;
+  }
+  EXPECT_THAT(ParseError(malformed), ::testing::MatchesRegex(".*', line: [0-9]+ column: [0-9]+"));
   EXPECT_TRUE(m_table.empty());
   EXPECT_EQ(m_log.CountContaining("Successfully parsed"), 0u);
-}
-
-TEST_F(CLBindingsFile, MalformedFileNamesFileLineAndColumn) {
-  const std::string description =
-      ParseError(Document(Port("TTY#ttyS0")) + "\n<Port><ID>late</ID></Prot>\n");
-  EXPECT_THAT(description, StartsWith("Failed to parse XML file '" + m_path + "' : '"));
-  EXPECT_THAT(description, ::testing::MatchesRegex(".*', line: [0-9]+ column: [0-9]+"));
-  // The whole document is parsed before any entry is taken.
-  EXPECT_TRUE(m_table.empty());
-}
-
-TEST_F(CLBindingsFile, NotWellFormedTextsAreParseErrors) {
-  for (const std::string text : {"not xml at all", "<Ports><Port><ID>a</ID></Port>",
-                                 "<a></a><b></b>", "<Ports>&undefined;</Ports>", "\xff\xfe<"}) {
-    m_table.clear();
-    EXPECT_THAT(ParseError(text), StartsWith("Failed to parse XML file '")) << text;
-  }
 }
 
 // A document whose DOCTYPE declaration is `doctype`.
@@ -270,14 +205,6 @@ TEST_F(CLBindingsFile, HugeFileIsReadCompletely) {
   EXPECT_EQ(m_log.Count("Successfully parsed 20000 entries from CLbindings file."), 1u);
 }
 
-TEST_F(CLBindingsFile, ParsedEntriesAreAppended) {
-  m_table.push_back(SPortConfigurationEntry{"before", "", "", "", "", "", true});
-  EXPECT_EQ(Parse(Document(Port("after"))), 1u);
-  ASSERT_EQ(m_table.size(), 2u);
-  EXPECT_EQ(m_table[0].ID, "before");
-  EXPECT_EQ(m_table[1].ID, "after");
-}
-
 TEST_F(CLBindingsFile, ExampleInstallationFileEnablesOneTtyPort) {
   const std::string example = VORLA_EXAMPLES_DIR "/PortConfiguration_x64.xml";
   EXPECT_EQ(CCLBindingsFile::ParseCLBindingsFile(example.c_str(), m_table), 2u);
@@ -287,52 +214,6 @@ TEST_F(CLBindingsFile, ExampleInstallationFileEnablesOneTtyPort) {
   EXPECT_EQ(m_table[0].Manufacturer, "Hexmar");
   EXPECT_THAT(m_table[0].DeviceSpecificString, HasSubstr("Sapera"));
   EXPECT_FALSE(m_table[1].Enabled);
-}
-
-// ReadPortEntry on elements built in memory.
-class ReadPortEntry : public ::testing::Test {
-protected:
-  ReadPortEntry() {
-    static const XMLCh core[] = {xercesc::chLatin_C, xercesc::chLatin_o, xercesc::chLatin_r,
-                                 xercesc::chLatin_e, xercesc::chNull};
-    m_document = xercesc::DOMImplementationRegistry::getDOMImplementation(core)->createDocument();
-  }
-  ~ReadPortEntry() override { m_document->release(); }
-
-  xercesc::DOMElement* Element(const char* name, const char* text = nullptr) {
-    XMLCh* xmlName = xercesc::XMLString::transcode(name);
-    xercesc::DOMElement* element = m_document->createElement(xmlName);
-    xercesc::XMLString::release(&xmlName);
-    if (text) {
-      XMLCh* xmlText = xercesc::XMLString::transcode(text);
-      element->appendChild(m_document->createTextNode(xmlText));
-      xercesc::XMLString::release(&xmlText);
-    }
-    return element;
-  }
-
-  CXercesScope m_xerces;
-  xercesc::DOMDocument* m_document = nullptr;
-};
-
-TEST_F(ReadPortEntry, ResetsTheEntryBeforeFilling) {
-  xercesc::DOMElement* port = Element("Port");
-  port->appendChild(Element("ID", " TTY#ttyS3 "));
-  SPortConfigurationEntry entry{"old", "M", "F", "Mo", "D", "B", true};
-  EXPECT_TRUE(CCLBindingsFile::ReadPortEntry(port, entry));
-  EXPECT_EQ(entry.ID, "TTY#ttyS3");
-  EXPECT_FALSE(entry.Enabled);
-  EXPECT_EQ(entry.Manufacturer, "");
-  EXPECT_EQ(entry.BaudRate, "");
-}
-
-TEST_F(ReadPortEntry, FalseWithoutIdOrElement) {
-  xercesc::DOMElement* port = Element("Port");
-  port->appendChild(Element("Enabled", "yes"));
-  SPortConfigurationEntry entry;
-  EXPECT_FALSE(CCLBindingsFile::ReadPortEntry(port, entry));
-  EXPECT_TRUE(entry.Enabled);
-  EXPECT_FALSE(CCLBindingsFile::ReadPortEntry(nullptr, entry));
 }
 
 } // namespace

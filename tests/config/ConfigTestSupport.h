@@ -1,6 +1,8 @@
 #pragma once
 // Helpers of the port configuration tests: a scratch folder, environment and working-directory
 // guards, file writing with explicit modification times, and Xerces initialisation.
+#include "TestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <GenApi/XercesScope.h>
@@ -16,28 +18,7 @@ namespace ConfigTest {
 
 namespace fs = std::filesystem;
 
-//! A fresh folder below the system's temporary folder, removed with everything in it.
-class CTempFolder {
-public:
-  CTempFolder() {
-    std::string pattern = (fs::temp_directory_path() / "vorla-config-XXXXXX").string();
-    if (!mkdtemp(pattern.data()))
-      throw std::runtime_error("mkdtemp failed");
-    m_path = pattern;
-  }
-  ~CTempFolder() {
-    std::error_code ec;
-    fs::remove_all(m_path, ec);
-  }
-  CTempFolder(const CTempFolder&) = delete;
-  CTempFolder& operator=(const CTempFolder&) = delete;
-
-  const fs::path& Path() const { return m_path; }
-  std::string File(const std::string& name) const { return (m_path / name).string(); }
-
-private:
-  fs::path m_path;
-};
+using testsupport::CTempFolder;
 
 //! Restores an environment variable (or its absence) on destruction.
 class CEnvGuard {

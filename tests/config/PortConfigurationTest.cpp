@@ -45,43 +45,44 @@ protected:
   vxlog::CLogCapture m_log;
 };
 
-TEST_F(PortConfiguration, PathFromTheVariableNamingAFolder) {
-  m_bindings.Set("/opt/cameras");
-  EXPECT_EQ(CPortConfiguration::BuildPath(), "/opt/cameras/PortConfiguration_x64.xml");
-  m_bindings.Set("/opt/cameras/");
-  EXPECT_EQ(CPortConfiguration::BuildPath(), "/opt/cameras/PortConfiguration_x64.xml");
-}
+// VORLA_CL_BINDINGS names the folder (empty: the current one); unset, the first folder of
+// XDG_CONFIG_DIRS (or /etc/xdg) holds Hexmar/CLBindings.
+TEST_F(PortConfiguration, ThePathComesFromTheVariableOrTheMachineFolder) {
+  struct SCase {
+    const char *m_Bindings, *m_Xdg, *m_Path;
+  };
+  for (const SCase& c :
+       {SCase{"/opt/cameras", nullptr, "/opt/cameras/PortConfiguration_x64.xml"},
+        SCase{"/opt/cameras/", nullptr, "/opt/cameras/PortConfiguration_x64.xml"},
+        SCase{"", "/must/not/be/used", kFileName},
+        SCase{nullptr, "/srv/xdg:/etc/xdg", "/srv/xdg/Hexmar/CLBindings/PortConfiguration_x64.xml"},
+        SCase{nullptr, nullptr, "/etc/xdg/Hexmar/CLBindings/PortConfiguration_x64.xml"}}) {
+    c.m_Bindings ? m_bindings.Set(c.m_Bindings) : m_bindings.Unset();
+    c.m_Xdg ? m_xdg.Set(c.m_Xdg) : m_xdg.Unset();
+    EXPECT_EQ(CPortConfiguration::BuildPath(), c.m_Path);
+  }
 
-TEST_F(PortConfiguration, PathOfAnEmptyVariableIsRelativeToTheCurrentDirectory) {
+  Write(Document(Port("here")));
+  CWorkingDirectoryGuard cwd(m_folder.Path());
   m_bindings.Set("");
-  m_xdg.Set("/must/not/be/used");
-  EXPECT_EQ(CPortConfiguration::BuildPath(), kFileName);
-}
+  EXPECT_EQ(m_config.LoadPortConfiguration(), 1u);
+  EXPECT_EQ(m_config.GetPath(), kFileName);
+  EXPECT_EQ(m_log.Count("Trying to load CLBindings from file 'PortConfiguration_x64.xml'"), 1u);
+  EXPECT_EQ(m_config.GetTable()[0].ID, "here");
 
-TEST_F(PortConfiguration, PathWithoutTheVariableIsInTheMachineFolder) {
+  const fs::path folder = m_folder.Path() / "xdg" / "Hexmar" / "CLBindings";
+  fs::create_directories(folder);
+  WriteFile((folder / kFileName).string(), Document(Port("machine")));
   m_bindings.Unset();
-  m_xdg.Set("/srv/xdg:/etc/xdg");
-  EXPECT_EQ(CPortConfiguration::BuildPath(),
-            "/srv/xdg/Hexmar/CLBindings/PortConfiguration_x64.xml");
-  m_xdg.Unset();
-  EXPECT_EQ(CPortConfiguration::BuildPath(),
-            "/etc/xdg/Hexmar/CLBindings/PortConfiguration_x64.xml");
+  m_xdg.Set((m_folder.Path() / "xdg").string() + ":" + m_folder.Path().string());
+  EXPECT_EQ(m_config.LoadPortConfiguration(), 1u);
+  EXPECT_EQ(m_config.GetPath(), (folder / kFileName).string());
+  EXPECT_EQ(m_config.GetTable()[0].ID, "machine");
 }
 
-TEST_F(PortConfiguration, StartsEmpty) {
-  EXPECT_TRUE(m_config.GetTable().empty());
-  EXPECT_EQ(m_config.GetPath(), "");
-  EXPECT_EQ(m_config.GetModificationTime(), 0);
-}
-
-TEST_F(PortConfiguration, MissingFileGivesAnEmptyTableWithoutParsing) {
+TEST_F(PortConfiguration, AMissingOrRemovedFileGivesAnEmptyTableWithoutParsing) {
   EXPECT_EQ(m_config.LoadPortConfiguration(), 0u);
-  EXPECT_TRUE(m_config.GetTable().empty());
-  EXPECT_EQ(m_config.GetModificationTime(), 0);
   EXPECT_TRUE(m_log.Entries().empty());
-}
-
-TEST_F(PortConfiguration, RemovedFileEmptiesTheTable) {
   Write(Document(Port("TTY#ttyS0")));
   ASSERT_EQ(m_config.LoadPortConfiguration(), 1u);
   fs::remove(m_path);
@@ -94,22 +95,13 @@ TEST_F(PortConfiguration, RemovedFileEmptiesTheTable) {
   EXPECT_EQ(Reads(), 2u);
 }
 
-TEST_F(PortConfiguration, UnchangedFileIsNotParsedAgain) {
-  Write(Document(Port("TTY#ttyS0") + Port("TTY#ttyS1", "no")));
-  EXPECT_EQ(m_config.LoadPortConfiguration(), 2u);
-  EXPECT_EQ(m_config.GetPath(), m_path);
-  EXPECT_NE(m_config.GetModificationTime(), 0);
-  EXPECT_EQ(m_log.Count("Trying to load CLBindings from file '" + m_path + "'"), 1u);
-
-  EXPECT_EQ(m_config.LoadPortConfiguration(), 2u);
-  EXPECT_EQ(m_config.LoadPortConfiguration(), 2u);
-  EXPECT_EQ(Reads(), 1u);
-  EXPECT_EQ(m_config.GetTable().size(), 2u);
-}
-
-TEST_F(PortConfiguration, NewModificationTimeCausesARead) {
+// The file is read again when its path or its modification time changes, older or newer.
+TEST_F(PortConfiguration, OnlyANewPathOrModificationTimeCausesARead) {
   Write(Document(Port("TTY#ttyS0")), 0);
-  ASSERT_EQ(m_config.LoadPortConfiguration(), 1u);
+  EXPECT_EQ(m_config.LoadPortConfiguration(), 1u);
+  EXPECT_EQ(m_config.LoadPortConfiguration(), 1u);
+  EXPECT_EQ(m_config.GetPath(), m_path);
+  EXPECT_EQ(m_log.Count("Trying to load CLBindings from file '" + m_path + "'"), 1u);
   const auto firstTime = m_config.GetModificationTime();
 
   Write(Document(Port("TTY#ttyS0") + Port("TTY#ttyS1")), 1);
@@ -117,45 +109,17 @@ TEST_F(PortConfiguration, NewModificationTimeCausesARead) {
   EXPECT_EQ(Reads(), 2u);
   EXPECT_NE(m_config.GetModificationTime(), firstTime);
   EXPECT_EQ(m_config.GetTable()[1].ID, "TTY#ttyS1");
-
-  // Only the time counts: older is as good as newer, and the same content is read again.
   fs::last_write_time(m_path, FixedTime(-5));
   EXPECT_EQ(m_config.LoadPortConfiguration(), 2u);
   EXPECT_EQ(Reads(), 3u);
-}
 
-TEST_F(PortConfiguration, NewPathCausesAReadEvenWithTheSameTime) {
   CTempFolder other;
-  Write(Document(Port("first")), 0);
-  WriteFile(other.File(kFileName), Document(Port("second") + Port("third")), 0);
-  ASSERT_EQ(m_config.LoadPortConfiguration(), 1u);
-
+  WriteFile(other.File(kFileName), Document(Port("second")), -5);
   m_bindings.Set(other.Path().string());
-  EXPECT_EQ(m_config.LoadPortConfiguration(), 2u);
+  EXPECT_EQ(m_config.LoadPortConfiguration(), 1u);
   EXPECT_EQ(m_config.GetPath(), other.File(kFileName));
   EXPECT_EQ(m_config.GetTable()[0].ID, "second");
-  EXPECT_EQ(Reads(), 2u);
-}
-
-TEST_F(PortConfiguration, EmptyVariableReadsFromTheCurrentDirectory) {
-  Write(Document(Port("here")));
-  CWorkingDirectoryGuard cwd(m_folder.Path());
-  m_bindings.Set("");
-  EXPECT_EQ(m_config.LoadPortConfiguration(), 1u);
-  EXPECT_EQ(m_config.GetPath(), kFileName);
-  EXPECT_EQ(m_log.Count("Trying to load CLBindings from file 'PortConfiguration_x64.xml'"), 1u);
-  EXPECT_EQ(m_config.GetTable()[0].ID, "here");
-}
-
-TEST_F(PortConfiguration, UnsetVariableReadsFromTheMachineFolder) {
-  const fs::path folder = m_folder.Path() / "xdg" / "Hexmar" / "CLBindings";
-  fs::create_directories(folder);
-  WriteFile((folder / kFileName).string(), Document(Port("machine")));
-  m_bindings.Unset();
-  m_xdg.Set((m_folder.Path() / "xdg").string() + ":" + m_folder.Path().string());
-  EXPECT_EQ(m_config.LoadPortConfiguration(), 1u);
-  EXPECT_EQ(m_config.GetPath(), (folder / kFileName).string());
-  EXPECT_EQ(m_config.GetTable()[0].ID, "machine");
+  EXPECT_EQ(Reads(), 4u);
 }
 
 TEST_F(PortConfiguration, FailedReadKeepsTheLastGoodState) {
@@ -169,26 +133,24 @@ TEST_F(PortConfiguration, FailedReadKeepsTheLastGoodState) {
   EXPECT_EQ(m_log.Count("Could not read CLBindings (" + description + ")"), 1u);
   ASSERT_EQ(m_config.GetTable().size(), 1u);
   EXPECT_EQ(m_config.GetTable()[0].ID, "good");
-  EXPECT_EQ(m_config.GetPath(), m_path);
   EXPECT_EQ(m_config.GetModificationTime(), goodTime);
 
   // The broken file is not remembered, so every load tries it again until it is fixed.
   EXPECT_THAT(LoadError(), StartsWith("Failed to parse XML file '"));
   EXPECT_EQ(Reads(), 3u);
-  Write(Document(Port("fixed") + Port("more")), 1);
-  EXPECT_EQ(m_config.LoadPortConfiguration(), 2u);
-  EXPECT_EQ(m_config.GetTable()[0].ID, "fixed");
-}
 
-TEST_F(PortConfiguration, FailedReadAtANewPathKeepsTheOldPath) {
-  Write(Document(Port("good")));
-  ASSERT_EQ(m_config.LoadPortConfiguration(), 1u);
+  // Nor is a broken file at a new path.
   CTempFolder other;
   WriteFile(other.File(kFileName), "");
   m_bindings.Set(other.Path().string());
   LoadError();
   EXPECT_EQ(m_config.GetPath(), m_path);
   EXPECT_EQ(m_config.GetTable()[0].ID, "good");
+
+  m_bindings.Set(m_folder.Path().string());
+  Write(Document(Port("fixed") + Port("more")), 1);
+  EXPECT_EQ(m_config.LoadPortConfiguration(), 2u);
+  EXPECT_EQ(m_config.GetTable()[0].ID, "fixed");
 }
 
 TEST_F(PortConfiguration, StatusFailureOtherThanMissingIsTreatedAsAChange) {

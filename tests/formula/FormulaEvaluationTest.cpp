@@ -65,6 +65,8 @@ TEST(FormulaEvaluation, IntegerMode) {
       {"ABS(MAXIMUM - INDEX-1)", 5, {{"MAXIMUM", I(3)}, {"INDEX", I(7)}}},
       {"FLOOR(0x4000000000000001)", 0x4000000000000001}, {"ROUND(7) + ROUND(7, 2)", 14},
       {"PI * 100", 314}, {"ROUND(FROM * SCALE)", 3, {{"FROM", F(2.6)}, {"SCALE", I(1)}}},
+      // A payload size of Mono12Packed: the product is taken before the division.
+      {"W * H * ((PF >> 16) & 0xFF) / 8", 22, {{"W", I(5)}, {"H", I(3)}, {"PF", I(0x010C0006)}}},
   };
   // clang-format on
   for (const SIntCase& c : cases)

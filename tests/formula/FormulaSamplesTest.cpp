@@ -10,34 +10,6 @@ using namespace FormulaTest;
 
 namespace {
 
-TEST(FormulaSamples, PayloadSizeFromPixelFormatBits) {
-  const char* text = "WIDTH * HEIGHT * ((PIXELFORMAT>>16)&0xFF) / 8";
-  EXPECT_EQ(EvalInt(text, {{"WIDTH", I(512)}, {"HEIGHT", I(512)}, {"PIXELFORMAT", I(0x01080001)}}),
-            262144);
-  // Mono12Packed: 12 bits per pixel; the product is taken before the division.
-  EXPECT_EQ(EvalInt(text, {{"WIDTH", I(5)}, {"HEIGHT", I(3)}, {"PIXELFORMAT", I(0x010C0006)}}), 22);
-}
-
-TEST(FormulaSamples, ConstantFormulas) {
-  EXPECT_EQ(EvalInt("0xff"), 255);
-  EXPECT_EQ(EvalInt("0x1234"), 0x1234);
-  EXPECT_EQ(EvalInt("(0x12345678 & 0x10305070)"), 0x10305070);
-  EXPECT_EQ(EvalInt("(0 && 1)?2:3"), 3);
-}
-
-TEST(FormulaSamples, ConverterPairsRoundTrip) {
-  EXPECT_EQ(EvalInt(" 0.1 * TO", {{"TO", I(100)}}), 10);
-  EXPECT_EQ(EvalInt(" 10 * FROM", {{"FROM", I(10)}}), 100);
-  EXPECT_DOUBLE_EQ(EvalFloat(" 2.0 * TO", {{"TO", I(21)}}), 42.0);
-  EXPECT_DOUBLE_EQ(EvalFloat(" 0.5 * FROM", {{"FROM", F(42.0)}}), 21.0);
-  EXPECT_DOUBLE_EQ(EvalFloat("(1000000 / TO)", {{"TO", I(40000)}}), 25.0);
-  EXPECT_DOUBLE_EQ(EvalFloat("(1000000 / FROM)", {{"FROM", F(30.0)}}), 1000000 / 30.0);
-  const Variables exposure{{"MULT", I(25)}, {"DIV", I(1000)}, {"TO", I(3)}, {"FROM", F(0.075)}};
-  EXPECT_DOUBLE_EQ(EvalFloat(" (TO * MULT) / DIV ", exposure), 0.075);
-  EXPECT_DOUBLE_EQ(EvalFloat(" (FROM * DIV) / MULT ", exposure), 3.0);
-  EXPECT_DOUBLE_EQ(EvalFloat(" MULT / DIV ", exposure), 0.025);
-}
-
 TEST(FormulaSamples, SubExpressionsComposeThroughTheResolver) {
   // <Constant Name="TEN">10</Constant> <Expression Name="XPLUS2">TEN + X</Expression>
   const CFormula sub("TEN + X");

@@ -257,6 +257,9 @@ TEST_P(FrameGrabber, FailuresCarryTheirReason) {
   EXPECT_EQ(ErrorText(),
             "bad parameter 'Channel=4294967296': Channel takes a number from 0 to 4294967295");
   ASSERT_TRUE(m_Grabber->Open(Parameters(9).c_str(), &m_Callee));
+  EXPECT_FALSE(m_Grabber->Open(Parameters(9).c_str(), &m_Callee));
+  EXPECT_EQ(ErrorText(),
+            std::string(GetParam().m_Pitched ? "Dravik" : "Melsor") + " grabber is already open");
   EXPECT_EQ(m_Grabber->QueryValue(Vorla::FgValuePixelClock), 0); // no camera to ask
   EXPECT_FALSE(m_Grabber->StartGrab());
   EXPECT_EQ(ErrorText(), "no camera video on channel Board=" + board +

@@ -188,11 +188,10 @@ TEST_F(Hostile, WritesThatReachAFormulaAreRefused) {
 } // namespace
 
 TEST(HostileDescription, EntitiesAndEndlessTextsAreRefusedNamingTheSource) {
-  char folder[] = "/tmp/vorla-hostile-XXXXXX";
-  ASSERT_TRUE(::mkdtemp(folder));
-  const std::string file = std::string(folder) + "/camera.xml";
+  const testsupport::CTempFolder folder;
+  const std::string file = folder.File("camera.xml");
   for (const auto& trick :
-       testsupport::HostileXml(folder, CSafeXmlReader::DescriptionElementText)) {
+       testsupport::HostileXml(folder.Path().string(), CSafeXmlReader::DescriptionElementText)) {
     std::string xml = Describe("<Integer Name=\"I\"><ToolTip>" + trick.text +
                                "</ToolTip><Value>1</Value></Integer>\n");
     xml.insert(xml.find('\n') + 1, trick.doctype + "\n");
@@ -207,5 +206,4 @@ TEST(HostileDescription, EntitiesAndEndlessTextsAreRefusedNamingTheSource) {
                 StartsWith("GenApi description '" + file + "': " + trick.refusal))
         << trick.what;
   }
-  std::filesystem::remove_all(folder);
 }

@@ -11,7 +11,7 @@ const char* const kIntegerNodes = R"(
   <Integer Name="Gain"><ToolTip>g</ToolTip><Value>3</Value><Min>0</Min><Max>10</Max></Integer>
 )";
 
-TEST(NodeMapRef, LoadsFindsAndRefusesASecondLoad) {
+TEST(NodeMapRef, LoadsFindsRefusesASecondLoadAndSharesTheMapWithCopies) {
   CNodeMapRef ref;
   EXPECT_EQ(nullptr, static_cast<INodeMap*>(ref));
   ref._LoadXMLFromString(Describe(kIntegerNodes));
@@ -29,15 +29,12 @@ TEST(NodeMapRef, LoadsFindsAndRefusesASecondLoad) {
   ref._Destroy();
   EXPECT_THROW(ref._GetNode("Gain"), GenICam::AccessException);
   ref._LoadXMLFromString(Describe(kIntegerNodes));
-  EXPECT_NE(nullptr, ref._GetNode("Gain"));
-}
-
-TEST(NodeMapRef, CopiesShareTheMap) {
-  CNodeMapRef ref;
-  ref._LoadXMLFromString(Describe(kIntegerNodes));
-  CNodeMapRef copy(ref);
+  CNodeMapRef copy(ref); // copies share the map
   CIntegerPtr(copy._GetNode("Gain"))->SetValue(7);
   EXPECT_EQ(7, CIntegerPtr(ref._GetNode("Gain"))->GetValue());
+  CNodeMapRef fromFile;
+  EXPECT_THROW(fromFile._LoadXMLFromFile("/nonexistent/file.xml"), GenICam::RuntimeException);
+  EXPECT_EQ(nullptr, fromFile._Ptr);
 }
 
 TEST(Pointer, NullOrWrongTypeThrowsOnDereference) {
@@ -56,7 +53,7 @@ TEST(Pointer, NullOrWrongTypeThrowsOnDereference) {
   EXPECT_FALSE(IsReadable(wrong));
 }
 
-TEST(Injection, AddsNewNodesAndReplacesSameNames) {
+TEST(Injection, AddsNewNodesAndReplacesSameNamesUnlessTheTargetHasPriority) {
   CNodeMapRef ref;
   ref._LoadXMLFromStringInject(Describe(kIntegerNodes),
                                Describe("<Integer Name=\"Gain\"><Value>5</Value></Integer>"
@@ -64,14 +61,12 @@ TEST(Injection, AddsNewNodesAndReplacesSameNames) {
                                         false));
   EXPECT_EQ(5, CIntegerPtr(ref._GetNode("Extra"))->GetValue());
   EXPECT_EQ(5, CIntegerPtr(ref._GetNode("Gain"))->GetValue());
-}
-
-TEST(Injection, HigherMergePriorityOfTheTargetWins) {
-  CNodeMapRef ref;
-  ref._LoadXMLFromStringInject(
+  // A higher merge priority of the target wins.
+  CNodeMapRef prior;
+  prior._LoadXMLFromStringInject(
       Describe("<Integer Name=\"A\" MergePriority=\"1\"><Value>1</Value></Integer>"),
       Describe("<Integer Name=\"A\"><Value>2</Value></Integer>", false));
-  EXPECT_EQ(1, CIntegerPtr(ref._GetNode("A"))->GetValue());
+  EXPECT_EQ(1, CIntegerPtr(prior._GetNode("A"))->GetValue());
 }
 
 TEST(Load, GroupsAreFlattenedAndEnumEntriesAreNodes) {
@@ -93,12 +88,6 @@ TEST(Load, GroupsAreFlattenedAndEnumEntriesAreNodes) {
   NodeList_t entries;
   mode->GetEntries(entries);
   EXPECT_EQ(2u, entries.size());
-}
-
-TEST(Load, FromFileAndMissingFile) {
-  CNodeMapRef ref;
-  EXPECT_THROW(ref._LoadXMLFromFile("/nonexistent/file.xml"), GenICam::RuntimeException);
-  EXPECT_EQ(nullptr, ref._Ptr);
 }
 
 } // namespace

@@ -50,6 +50,7 @@ TEST(TimerQueue, DeletedTimersNeverFire) {
   {
     CTimerQueue queue;
     const auto timer = queue.CreateTimer(60'000, &Probe::Count, &probe);
+    EXPECT_FALSE(CTimerQueue().DeleteTimer(timer)); // not another queue's to delete
     EXPECT_TRUE(queue.DeleteTimer(timer));
     queue.CreateTimer(60'000, &Probe::Count, &probe); // dropped with the queue
   }

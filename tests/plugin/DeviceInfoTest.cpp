@@ -4,15 +4,6 @@
 
 using namespace Vorla;
 
-TEST(DeviceInfo, DefaultRecordHasOnlyTheDeviceClass) {
-  CVorlaCLSerDeviceInfo info;
-  EXPECT_EQ(info.GetDeviceClass(), "HexmarCameraLink");
-  EXPECT_TRUE(info.IsUserProvided());
-  EXPECT_FALSE(info.IsPortIDAvailable());
-  EXPECT_EQ(info.GetPortID(), CInfoBase::PropertyNotAvailable);
-  EXPECT_NE(info.GetPortID(), "");
-}
-
 TEST(DeviceInfo, EachFamilyReadsAndWritesItsOwnKey) {
   struct Family {
     const char* key;
@@ -26,7 +17,8 @@ TEST(DeviceInfo, EachFamilyReadsAndWritesItsOwnKey) {
       {"DeviceID", &CVorlaCLSerDeviceInfo::SetDeviceID, &CVorlaCLSerDeviceInfo::GetDeviceID,
        &CVorlaCLSerDeviceInfo::IsDeviceIDAvailable},
       {"InitialBaudRate", &CVorlaCLSerDeviceInfo::SetInitialBaudRate,
-       &CVorlaCLSerDeviceInfo::GetInitialBaudRate, &CVorlaCLSerDeviceInfo::IsInitialBaudRateAvailable},
+       &CVorlaCLSerDeviceInfo::GetInitialBaudRate,
+       &CVorlaCLSerDeviceInfo::IsInitialBaudRateAvailable},
       {"DeviceXMLFileOverride", &CVorlaCLSerDeviceInfo::SetDeviceXMLFileOverride,
        &CVorlaCLSerDeviceInfo::GetDeviceXMLFileOverride,
        &CVorlaCLSerDeviceInfo::IsDeviceXMLFileOverrideAvailable},

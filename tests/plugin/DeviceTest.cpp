@@ -468,16 +468,8 @@ class Creation : public Device {
 protected:
   void SetUp() override {
     Device::SetUp();
-    char pattern[] = "/tmp/vorla-xml-XXXXXX";
-    m_folder = ::mkdtemp(pattern);
-    ::setenv("VORLA_XML_BINDINGS", m_folder.c_str(), 1);
     std::ofstream(m_folder + "/camera.xml") << MarkedXml;
     std::ofstream(m_folder + "/merge.xml") << Injected("FromMerge");
-  }
-  void TearDown() override {
-    ::unsetenv("VORLA_XML_BINDINGS");
-    std::filesystem::remove_all(m_folder);
-    Device::TearDown();
   }
   void Bind(const std::string& binding) {
     std::ofstream(m_folder + "/XmlFileBindings.xml")
@@ -487,7 +479,8 @@ protected:
     return device->GetNodeMap()->GetNode(node) != nullptr;
   }
 
-  std::string m_folder;
+  testsupport::CTempFolder m_temp{"VORLA_XML_BINDINGS"};
+  const std::string m_folder = m_temp.Path().string();
 };
 
 } // namespace

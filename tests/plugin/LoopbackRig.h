@@ -62,17 +62,7 @@ inline bool Eventually(const std::function<bool()>& condition) {
 //! A temporary folder holding PortConfiguration_x64.xml, named by VORLA_CL_BINDINGS.
 class CBindingsFolder {
 public:
-  CBindingsFolder() {
-    char pattern[] = "/tmp/vorla-bindings-XXXXXX";
-    m_folder = ::mkdtemp(pattern);
-    ::setenv("VORLA_CL_BINDINGS", m_folder.c_str(), 1);
-  }
-  ~CBindingsFolder() {
-    ::unsetenv("VORLA_CL_BINDINGS");
-    std::error_code ec;
-    std::filesystem::remove_all(m_folder, ec);
-  }
-  std::string File() const { return m_folder + "/PortConfiguration_x64.xml"; }
+  std::string File() const { return m_folder.File("PortConfiguration_x64.xml"); }
   void Write(const std::string& ports) {
     std::ofstream(File()) << "<CLBindings>" << ports << "</CLBindings>\n";
   }
@@ -87,7 +77,7 @@ public:
   }
 
 private:
-  std::string m_folder;
+  testsupport::CTempFolder m_folder{"VORLA_CL_BINDINGS"};
 };
 
 //! Common set-up: loopback library, three empty ports, a clean bus afterwards.

@@ -44,19 +44,6 @@ CDeviceInfo Record(const char* deviceClass, const char* fullName) {
 }
 } // namespace
 
-TEST(TransportLayer, AnswersInformationClassAndRecords) {
-  CVorlaCLSerTl tl;
-  const CTlInfo info = tl.GetTlInfo();
-  EXPECT_EQ(info.GetFullName(), "Camera Link/HexmarCameraLink 2.3.5.2633");
-  EXPECT_EQ(tl.GetDeviceClass(), "HexmarCameraLink");
-  const CDeviceInfo record = tl.CreateDeviceInfo();
-  gcstring_vector names;
-  EXPECT_EQ(record.GetPropertyNames(names), 1u);
-  EXPECT_EQ(record.GetDeviceClass(), "HexmarCameraLink");
-  EXPECT_FALSE(tl.CanCreateWithoutLookup(record));
-  EXPECT_EQ(tl.GetXmlFileProvider(), static_cast<IXmlFileProvider*>(&tl));
-}
-
 TEST(TransportLayer, EnvironmentRestrictionIsReadAtConstructionAndCaseSensitive) {
   struct Case {
     const char* value;

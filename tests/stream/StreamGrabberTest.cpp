@@ -22,7 +22,8 @@ namespace {
 using testsupport::Thrown;
 constexpr auto Runtime = &Thrown<GenICam::RuntimeException>;
 
-// A frame of `lines` lines of `length` bytes each `pitch` apart, byte i of line l = l*16 + i.
+// A frame of `lines` lines of `length` bytes each `pitch` apart, byte i of line l = l*16 + i; the
+// last line ends the frame, short of a full pitch.
 struct SFrame {
   SFrame(uint64_t length, uint64_t pitch, int32_t lines) : m_Data(pitch * lines, 0xEE) {
     for (int32_t l = 0; l < lines; ++l)
@@ -31,7 +32,7 @@ struct SFrame {
     m_Descriptor.m_LineCount = lines;
     m_Descriptor.m_LineLength = length;
     m_Descriptor.m_LinePitch = pitch;
-    m_Descriptor.m_TotalSize = pitch == length ? length * lines : pitch * lines;
+    m_Descriptor.m_TotalSize = pitch * (lines - 1) + length;
     m_Descriptor.m_pData = m_Data.data();
   }
   std::vector<uint8_t> m_Data;
@@ -93,35 +94,25 @@ TEST(StreamGrabberLoad, ChoosesAndChecksThePluginLibrary) {
   const std::string dravik = rig::CPluginRoot::Plugin("Dravik");
   const std::string melsor = rig::CPluginRoot::Plugin("Melsor");
   const std::string missing = rig::TestRoot("emptyroot") + "/lib/vorla/fg/Dravik_MD_VC80.so";
+  const std::string noParameters =
+      "Skipping loading of Plugin DLL since there are no device specific parameters!";
   const SLoadCase cases[] = {
-      {"NI-IMAQ Sapera",
-       "fgroot",
-       "",
-       {{64, "About to load FGPlugin DLL " + dravik + "."},
-        {64, "Sucessfully loaded FGPlugin DLL."}}},
-      {"",
-       "fgroot",
-       "Skipping loading of Plugin DLL since there are no device specific parameters!",
-       {{64, "Skipping loading of Plugin DLL since there are no device specific parameters!"}}},
-      {"sapera Board=0",
-       "fgroot",
+      // clang-format off
+      {"NI-IMAQ Sapera", "fgroot", "", {{64, "About to load FGPlugin DLL " + dravik + "."},
+                                        {64, "Sucessfully loaded FGPlugin DLL."}}},
+      {"", "fgroot", noParameters, {{64, noParameters}}},
+      {"sapera Board=0", "fgroot",
        "Skipping loading of Plugin DLL since the name of the DLL cannot be deduced from the "
-       "device specific parameters!",
-       {{64, "Don't know which plugin DLL must be loaded!"}}},
-      {"Sapera",
-       "emptyroot",
-       "Could not load FrameGrabber Plugin DLL.",
+       "device specific parameters!", {{64, "Don't know which plugin DLL must be loaded!"}}},
+      {"Sapera", "emptyroot", "Could not load FrameGrabber Plugin DLL.",
        {{64, "About to load FGPlugin DLL " + missing + "."}, {128, "Could not load FGPlugin DLL"}}},
-      {"NI-IMAQ",
-       "fgroot",
-       "Missing neccessary functions in FGPlugin DLL '" + melsor + "'.",
+      {"NI-IMAQ", "fgroot", "Missing neccessary functions in FGPlugin DLL '" + melsor + "'.",
        {{256, "Could not find functions in FGPlugin DLL."}}},
-      {"Sapera CreateFails",
-       "fgroot",
+      {"Sapera CreateFails", "fgroot",
        "Could not create Framegrabber object using FGPlugin DLL and parameterstring 'Sapera "
-       "CreateFails'.",
-       {{256, "Could not create Framegrabber object using FGPlugin DLL and parameterstring "
-              "'Sapera CreateFails'."}}},
+       "CreateFails'.", {{256, "Could not create Framegrabber object using FGPlugin DLL and "
+                               "parameterstring 'Sapera CreateFails'."}}},
+      // clang-format on
   };
   rig::CTestDevice device;
   for (const SLoadCase& c : cases) {

@@ -1,5 +1,7 @@
 #pragma once
 // Small helpers shared by the test suites.
+#include "TempFolder.h"
+
 #include <Base/GCException.h>
 
 #include <cstdlib>

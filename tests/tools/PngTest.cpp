@@ -5,6 +5,8 @@
 
 #include <png.h>
 
+#include "TempFolder.h"
+
 #include <gtest/gtest.h>
 
 #include <csetjmp>
@@ -58,15 +60,11 @@ bool ReadPng(const char* path, SReadBack& out) {
 
 class Png : public ::testing::Test {
 protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/vorla-png-XXXXXX";
-    m_Folder = ::mkdtemp(pattern);
-  }
-  void TearDown() override { fs::remove_all(m_Folder); }
   std::size_t FilesInFolder() const {
     return static_cast<std::size_t>(std::distance(fs::directory_iterator(m_Folder), {}));
   }
-  fs::path m_Folder;
+  testsupport::CTempFolder m_Temp;
+  const fs::path m_Folder = m_Temp.Path();
 };
 
 } // namespace
@@ -78,33 +76,19 @@ TEST_F(Png, EveryPixelFormatBecomesItsKindOfPicture) {
     int m_BitDepth, m_ColourType, m_Significant;
     Bytes m_Png;
   } cases[] = {
+      // clang-format off
       {0x01080001, {1, 2, 3, 4}, 8, PNG_COLOR_TYPE_GRAY, 8, {1, 2, 3, 4}},
-      {0x01100003,
-       {0xFF, 0x03, 1, 0, 0, 0, 0, 2},
-       16,
-       PNG_COLOR_TYPE_GRAY,
-       10,
+      {0x01100003, {0xFF, 0x03, 1, 0, 0, 0, 0, 2}, 16, PNG_COLOR_TYPE_GRAY, 10,
        {0xFF, 0xC0, 0, 0x40, 0, 0, 0x80, 0}},
-      {0x01100005,
-       {0xBC, 0x0A, 0, 0, 0, 0, 0, 0},
-       16,
-       PNG_COLOR_TYPE_GRAY,
-       12,
+      {0x01100005, {0xBC, 0x0A, 0, 0, 0, 0, 0, 0}, 16, PNG_COLOR_TYPE_GRAY, 12,
        {0xAB, 0xC0, 0, 0, 0, 0, 0, 0}},
-      {0x01100007,
-       {0x34, 0x12, 0, 0, 0, 0, 0xFF, 0xFF},
-       16,
-       PNG_COLOR_TYPE_GRAY,
-       16,
+      {0x01100007, {0x34, 0x12, 0, 0, 0, 0, 0xFF, 0xFF}, 16, PNG_COLOR_TYPE_GRAY, 16,
        {0x12, 0x34, 0, 0, 0, 0, 0xFF, 0xFF}},
       {0x02180014, Bytes(12, 7), 8, PNG_COLOR_TYPE_RGB, 8, Bytes(12, 7)},
       // One colour everywhere: demosaicing must give that colour back at every site.
-      {0x01080009,
-       {200, 100, 100, 50},
-       8,
-       PNG_COLOR_TYPE_RGB,
-       8,
+      {0x01080009, {200, 100, 100, 50}, 8, PNG_COLOR_TYPE_RGB, 8,
        {200, 100, 50, 200, 100, 50, 200, 100, 50, 200, 100, 50}},
+      // clang-format on
   };
   for (const auto& c : cases) {
     const std::string path = (m_Folder / "frame.png").string();
@@ -174,11 +158,9 @@ TEST(FramePathPattern, IndexGoesIntoTheHashesOrBeforeTheExtension) {
     std::uint64_t m_Index;
     const char* m_Path;
   } cases[] = {
-      {"f-####.png", 7, "f-0007.png"},
-      {"f-##.png", 123, "f-123.png"},
-      {"out/img.png", 3, "out/img-3.png"},
-      {"a.b/img", 1, "a.b/img-1.png"},
-      {"###", 5, "005"},
+      {"f-####.png", 7, "f-0007.png"}, {"f-##.png", 123, "f-123.png"},
+      {"f-##.png", 7, "f-07.png"},     {"out/img.png", 3, "out/img-3.png"},
+      {"a.b/img", 1, "a.b/img-1.png"}, {"###", 5, "005"},
   };
   for (const auto& c : cases)
     EXPECT_EQ(CFramePathPattern(c.m_Pattern).Path(c.m_Index), c.m_Path) << c.m_Pattern;

@@ -27,8 +27,6 @@ run 0 --first info
 expect_line "^Port\s+\Q$port\E$"
 run 1 -c SN43 info
 expect "vorla-cl: No camera is named 'SN43'"
-run 1 -c DeviceClass=OtherCameraLink info
-expect "vorla-cl: The device class OtherCameraLink is not supported by this transport layer. This transport layer supports HexmarCameraLink."
 run 1 -c ModelName=HX9 info
 expect "vorla-cl: No device contains the provided device info properties. The number of possible devices is 1."
 

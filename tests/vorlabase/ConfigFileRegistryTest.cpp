@@ -23,15 +23,6 @@ namespace {
 // A temporary folder named by VORLA_XML_BINDINGS.
 class ConfigFileRegistry : public ::testing::Test {
 protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/vorla-xmlbindings-XXXXXX";
-    m_folder = ::mkdtemp(pattern);
-    ::setenv("VORLA_XML_BINDINGS", m_folder.c_str(), 1);
-  }
-  void TearDown() override {
-    ::unsetenv("VORLA_XML_BINDINGS");
-    std::filesystem::remove_all(m_folder);
-  }
   std::string File() const { return m_folder + "/XmlFileBindings.xml"; }
   // Each write gets a later modification time, so the registry sees every change.
   void Write(const std::string& bindings) {
@@ -49,7 +40,8 @@ protected:
     return testsupport::Thrown<GenICam::RuntimeException>([&] { Bind(record); });
   }
 
-  std::string m_folder;
+  testsupport::CTempFolder m_temp{"VORLA_XML_BINDINGS"};
+  const std::string m_folder = m_temp.Path().string();
   int m_writes = 0;
 };
 } // namespace
@@ -72,13 +64,10 @@ TEST_F(ConfigFileRegistry, TheOverrideThenTheFirstMatchingEntryThenADownloadDeci
     std::string origin;
   };
   const Case cases[] = {
-      {{{"DeviceXMLFileOverride", "/o.xml"}, {"SerialNumber", "SN7"}},
-       "/o.xml",
-       "",
+      // clang-format off
+      {{{"DeviceXMLFileOverride", "/o.xml"}, {"SerialNumber", "SN7"}}, "/o.xml", "",
        "DeviceXMLFileOverride"},
-      {{{"DeviceXMLFileOverride", ""}, {"SerialNumber", "SN7"}},
-       "",
-       m_folder + "/extra.xml",
+      {{{"DeviceXMLFileOverride", ""}, {"SerialNumber", "SN7"}}, "", m_folder + "/extra.xml",
        f + "2"},
       {{{"VendorName", "Hexmar"}, {"ModelName", "HX1300"}}, "/opt/xml/hx.xml", "", f + "3"},
       {{{"VendorName", "Other"}, {"ModelName", "HX1300"}}, "/any/hx.xml", "", f + "4"},
@@ -86,6 +75,7 @@ TEST_F(ConfigFileRegistry, TheOverrideThenTheFirstMatchingEntryThenADownloadDeci
       {{{"FullName", "Loopback#Loop2"}}, "/a/full.xml", "/a/m.xml", f + "5"},
       {{{"DeviceClass", "OtherClass"}}, m_folder + "/other.xml", "", f + "6"},
       {{{"DeviceClass", "othercLASS"}, {"SerialNumber", "SN8"}}, "", "", "default"},
+      // clang-format on
   };
   for (const Case& c : cases) {
     const CXmlFileBinding binding = Bind(c.record);
