@@ -221,7 +221,7 @@ TEST_F(Port, ProbeStopsAtNoDeviceAndRetriesOtherErrors) {
   EXPECT_NE(answer.find("#SN3"), gcstring::npos) << answer;
 }
 
-TEST_F(Port, ProbeOfAnOpenDeviceAsksTheCameraForItsSerialNumber) {
+TEST_F(Port, ProbeOfAnOpenDeviceAsksTheCameraForItsSerialNumberAndHoldsTheDevice) {
   COpenDevice d;
   ASSERT_TRUE(d.Open());
 
@@ -242,29 +242,20 @@ TEST_F(Port, ProbeOfAnOpenDeviceAsksTheCameraForItsSerialNumber) {
   d.port.Probe(answer);
   EXPECT_EQ(answer, "");
   EXPECT_EQ(d.sink.m_removals, 1);
-}
 
-// A device's Close replaces the sink before the device is destroyed: while a probe on another
-// thread is inside its quick check, that waits until the probe is done with the device.
-TEST_F(Port, ReplacingTheSinkWaitsForAProbeThatAsksTheOpenDevice) {
-  COpenDevice d;
-  ASSERT_TRUE(d.Open());
+  // A device's Close replaces the sink before the device is destroyed: that waits while a probe
+  // on another thread is inside its quick check.
   std::promise<void> inside, release;
   d.sink.m_onNodeMap = [&, held = release.get_future().share()] {
     inside.set_value();
     held.wait();
   };
-  std::thread probe([&] {
-    gcstring answer;
-    d.port.Probe(answer);
-  });
+  auto probe = std::async(std::launch::async, [&] { d.port.Probe(answer); });
   inside.get_future().wait();
   auto replaced = std::async(std::launch::async, [&] { d.port.SetRemovalSink(nullptr); });
   EXPECT_TRUE(replaced.wait_for(std::chrono::milliseconds(50)) == std::future_status::timeout)
       << "the device could be destroyed while the probe uses it";
   release.set_value();
-  probe.join();
-  replaced.get();
 }
 
 // One timer thread serves every port: an access holding the port lock for long (a description
