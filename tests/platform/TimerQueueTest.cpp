@@ -33,23 +33,10 @@ struct Probe {
 };
 } // namespace
 
-TEST(TimerQueue, OneShotTimersFireOnceAndStayDeletable) {
-  CTimerQueue queue;
-  Probe probe;
-  const auto timer = queue.CreateTimer(1, &Probe::Count, &probe);
-  ASSERT_NE(timer, 0u);
-  ASSERT_TRUE(probe.WaitFor(1));
-  std::this_thread::sleep_for(20ms);
-  EXPECT_EQ(probe.calls, 1);
-  EXPECT_TRUE(queue.DeleteTimer(timer)); // a fired timer is still known until deleted
-  EXPECT_FALSE(queue.DeleteTimer(timer));
-  EXPECT_FALSE(queue.DeleteTimer(0));
-}
-
-TEST(TimerQueue, DeletionWaitsForARunningCallback) {
+// One-shot timers fire once and stay known until deleted; a deletion waits for a running callback.
+TEST(TimerQueue, OneShotTimersFireOnceStayDeletableAndDeletionWaitsForTheirCallback) {
   struct Slow {
-    std::atomic<bool> started{false};
-    std::atomic<bool> finished{false};
+    std::atomic<bool> started{false}, finished{false};
     static void Run(void* self) {
       auto* s = static_cast<Slow*>(self);
       s->started = true;
@@ -58,10 +45,19 @@ TEST(TimerQueue, DeletionWaitsForARunningCallback) {
     }
   } slow;
   CTimerQueue queue;
-  const auto timer = queue.CreateTimer(0, &Slow::Run, &slow);
+  Probe probe;
+  const auto timer = queue.CreateTimer(1, &Probe::Count, &probe);
+  ASSERT_NE(timer, 0u);
+  ASSERT_TRUE(probe.WaitFor(1));
+  std::this_thread::sleep_for(20ms);
+  EXPECT_EQ(probe.calls, 1);
+  EXPECT_TRUE(queue.DeleteTimer(timer));
+  EXPECT_FALSE(queue.DeleteTimer(timer));
+  EXPECT_FALSE(queue.DeleteTimer(0));
+  const auto slowTimer = queue.CreateTimer(0, &Slow::Run, &slow);
   while (!slow.started)
     std::this_thread::yield();
-  EXPECT_TRUE(queue.DeleteTimer(timer));
+  EXPECT_TRUE(queue.DeleteTimer(slowTimer));
   EXPECT_TRUE(slow.finished);
 }
 

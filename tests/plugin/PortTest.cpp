@@ -67,11 +67,9 @@ struct COpenDevice {
   CSink sink;
   CVorlaCLSerPort port{rig::PortId(0)};
 
-  bool Open() {
-    if (!port.ConnectDevice(deviceId))
-      return false;
+  COpenDevice() {
+    EXPECT_TRUE(port.ConnectDevice(deviceId));
     port.SetRemovalSink(&sink);
-    return true;
   }
 };
 
@@ -108,18 +106,12 @@ TEST_F(Port, ConnectsReadsAndReconnectsAfterInactivity) {
 
 TEST_F(Port, AVanishedCameraIsRemovedOnceAndLaterAccessFailsWithoutTraffic) {
   COpenDevice d;
-  ASSERT_TRUE(d.Open());
 
   camsim::CLoopbackBus::Instance().Detach(0);
-  try {
-    ReadSerial(d.port);
-    FAIL();
-  } catch (const CLProtocol::CLErrException& e) {
-    EXPECT_EQ(e.GetCLErrorCode(), CL_ERR_TIMEOUT);
-    EXPECT_EQ(m_log.CountContaining("Could not read from CLSer port '" + rig::PortId(0) +
-                                    "'. CL Error: -10004"),
-              1u);
-  }
+  EXPECT_THROW(ReadSerial(d.port), CLProtocol::CLErrException);
+  EXPECT_EQ(m_log.CountContaining("Could not read from CLSer port '" + rig::PortId(0) +
+                                  "'. CL Error: -10004"), // CL_ERR_TIMEOUT
+            1u);
   EXPECT_EQ(d.sink.m_removals, 1);
   EXPECT_EQ(m_log.Count("Device removal for PortID '" + rig::PortId(0) + "' DeviceID '" +
                         d.deviceId + "' detected. Firing removal callbacks."),
@@ -159,7 +151,6 @@ TEST_F(Port, AFailedReopenFiresRemovalOnce) {
     SCOPED_TRACE(c.code);
     m_log.Clear();
     COpenDevice d;
-    ASSERT_TRUE(d.Open());
     ASSERT_TRUE(d.port.Close(true)); // as the inactivity timer does
 
     c.loseCamera(d.camera);
@@ -223,7 +214,6 @@ TEST_F(Port, ProbeStopsAtNoDeviceAndRetriesOtherErrors) {
 
 TEST_F(Port, ProbeOfAnOpenDeviceAsksTheCameraForItsSerialNumberAndHoldsTheDevice) {
   COpenDevice d;
-  ASSERT_TRUE(d.Open());
 
   gcstring answer;
   d.port.Probe(answer); // no node map yet: full probe, the port reconnects afterwards
@@ -246,9 +236,9 @@ TEST_F(Port, ProbeOfAnOpenDeviceAsksTheCameraForItsSerialNumberAndHoldsTheDevice
   // A device's Close replaces the sink before the device is destroyed: that waits while a probe
   // on another thread is inside its quick check.
   std::promise<void> inside, release;
-  d.sink.m_onNodeMap = [&, held = release.get_future().share()] {
+  d.sink.m_onNodeMap = [&] {
     inside.set_value();
-    held.wait();
+    release.get_future().wait();
   };
   auto probe = std::async(std::launch::async, [&] { d.port.Probe(answer); });
   inside.get_future().wait();
@@ -263,7 +253,6 @@ TEST_F(Port, ProbeOfAnOpenDeviceAsksTheCameraForItsSerialNumberAndHoldsTheDevice
 // the timeout, and the timer's close is dropped once the access succeeds and re-arms.
 TEST_F(Port, ALongAccessHoldsUpNeitherTheTimerThreadNorATimeoutChange) {
   COpenDevice d;
-  ASSERT_TRUE(d.Open());
   struct Witness {
     std::atomic<bool> accessRunning{true};
     std::atomic<int> sawAccessRunning{-1};
@@ -297,7 +286,6 @@ TEST_F(Port, ALongAccessHoldsUpNeitherTheTimerThreadNorATimeoutChange) {
 // waited for the lock on the timer's worker and happens once the access is over.
 TEST_F(Port, AnInactivityCloseWaitingForAFailedAccessHappensAfterIt) {
   COpenDevice d;
-  ASSERT_TRUE(d.Open());
   d.sink.m_onRemoval = [] { std::this_thread::sleep_for(std::chrono::milliseconds(100)); };
   d.port.SetAutoCloseTimeout(20); // fires while the removal callback holds the port lock
   camsim::CLoopbackBus::Instance().Detach(0);

@@ -54,8 +54,7 @@ VORLA_DESCRIPTION_CACHE=off interrupt INT 130 --log 16 xml
 run 1 grab -n 1 -o "$work/missing/f.png"
 expect "cannot write '$work/missing/f-0.png': No such file or directory"
 bind "Sapera Board=$board Channel=4" 3
-# A grab that waits in vain names its cable and whether the cable's camera lives: here another
-# simulator's, which sends nothing; once that one is killed, the grab cannot even start.
+# A grab waiting in vain names its cable and whether its camera lives: another, silent simulator's.
 cable=/dev/shm/vorla-cable-$board-4
 "$bin/vorla-camsim" --ignore-stdin --serial SN8 --board "$board" --channel 4 >/dev/null 2>&1 &
 other=$!
