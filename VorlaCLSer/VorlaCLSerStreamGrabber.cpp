@@ -293,6 +293,10 @@ bool CVorlaCLSerStreamGrabber::FrameReadyAt(const FrameDescriptor& descriptor,
   return false;
 }
 
+void CVorlaCLSerStreamGrabber::Warning(const char* text) {
+  vxlog::LogTrace(StreamLog(), vxlog::Warning, "Frame grabber: %s", text ? text : "");
+}
+
 void CVorlaCLSerStreamGrabber::Deliver(const FrameDescriptor& descriptor, uint64_t timeStampNs) {
   CStreamBufferTable::SFill fill;
   switch (m_Buffers.BeginFill(fill)) {

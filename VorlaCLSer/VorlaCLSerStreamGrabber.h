@@ -60,6 +60,8 @@ public:
                                  uint64_t context, uint32_t cookie) override;
   bool DeregisterNodeCallback(uintptr_t handle) override;
   bool FrameReadyAt(const FrameDescriptor& descriptor, uint64_t timeStampNs) override;
+  //! Logs the plug-in's text at level 128 as "Frame grabber: <text>".
+  void Warning(const char* text) override;
 
 private:
   enum EState : int32_t { Closed = 0, Opened = 1, Prepared = 2 };

@@ -66,6 +66,7 @@ public:
   bool FrameReadyAt(const Vorla::FrameDescriptor& d, std::uint64_t) override {
     return FrameReady(d);
   }
+  void Warning(const char*) override {}
   bool FrameReady(const Vorla::FrameDescriptor& d) override {
     const double cpu = ThreadCpuSeconds();
     if (m_Frames.load() == 0) {

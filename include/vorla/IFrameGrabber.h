@@ -74,6 +74,10 @@ public:
   //! before it keep working through FrameReady (their frames carry the time stamp 0); a plug-in
   //! that calls it needs a transport layer that offers it.
   virtual bool FrameReadyAt(const FrameDescriptor& descriptor, uint64_t timeStampNs) = 0;
+  //! A warning of the plug-in for the host's log, e.g. that frames stopped coming and what it
+  //! waits on; `text` is plain text, never a format. Appended after FrameReadyAt, with the same
+  //! rule: a plug-in that calls it needs a transport layer that offers it.
+  virtual void Warning(const char* text) = 0;
 
 protected:
   ~FgCallee() = default;

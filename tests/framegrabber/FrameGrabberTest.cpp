@@ -30,6 +30,7 @@ public:
     ADD_FAILURE() << "the shipped plug-ins hand over the frame's time stamp";
     return false;
   }
+  void Warning(const char*) override {}
   bool FrameReadyAt(const Vorla::FrameDescriptor& d, uint64_t timeStampNs) override {
     std::unique_lock<std::mutex> lock(m_Mutex);
     EXPECT_FALSE(m_InFrame) << "two deliveries at once";

@@ -8,6 +8,7 @@
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <utility>
 #include <vector>
 
 using Vorla::Platform::CTimerQueue;
@@ -32,35 +33,10 @@ struct Probe {
 };
 } // namespace
 
-TEST(TimerQueue, OneShotTimersFireOnceAndStayDeletable) {
-  CTimerQueue queue;
-  Probe probe;
-  const auto timer = queue.CreateTimer(1, &Probe::Count, &probe);
-  ASSERT_NE(timer, 0u);
-  ASSERT_TRUE(probe.WaitFor(1));
-  std::this_thread::sleep_for(20ms);
-  EXPECT_EQ(probe.calls, 1);
-  EXPECT_TRUE(queue.DeleteTimer(timer)); // a fired timer is still known until deleted
-  EXPECT_FALSE(queue.DeleteTimer(timer));
-  EXPECT_FALSE(queue.DeleteTimer(0));
-}
-
-TEST(TimerQueue, DeletedTimersNeverFire) {
-  Probe probe;
-  {
-    CTimerQueue queue;
-    const auto timer = queue.CreateTimer(60'000, &Probe::Count, &probe);
-    EXPECT_FALSE(CTimerQueue().DeleteTimer(timer)); // not another queue's to delete
-    EXPECT_TRUE(queue.DeleteTimer(timer));
-    queue.CreateTimer(60'000, &Probe::Count, &probe); // dropped with the queue
-  }
-  EXPECT_EQ(probe.calls, 0);
-}
-
-TEST(TimerQueue, DeletionWaitsForARunningCallback) {
+// One-shot timers fire once and stay known until deleted; a deletion waits for a running callback.
+TEST(TimerQueue, OneShotTimersFireOnceStayDeletableAndDeletionWaitsForTheirCallback) {
   struct Slow {
-    std::atomic<bool> started{false};
-    std::atomic<bool> finished{false};
+    std::atomic<bool> started{false}, finished{false};
     static void Run(void* self) {
       auto* s = static_cast<Slow*>(self);
       s->started = true;
@@ -69,34 +45,21 @@ TEST(TimerQueue, DeletionWaitsForARunningCallback) {
     }
   } slow;
   CTimerQueue queue;
-  const auto timer = queue.CreateTimer(0, &Slow::Run, &slow);
+  Probe probe;
+  const auto timer = queue.CreateTimer(1, &Probe::Count, &probe);
+  ASSERT_NE(timer, 0u);
+  ASSERT_TRUE(probe.WaitFor(1));
+  std::this_thread::sleep_for(20ms);
+  EXPECT_EQ(probe.calls, 1);
+  EXPECT_FALSE(CTimerQueue().DeleteTimer(timer)); // not another queue's to delete
+  EXPECT_TRUE(queue.DeleteTimer(timer));
+  EXPECT_FALSE(queue.DeleteTimer(timer));
+  EXPECT_FALSE(queue.DeleteTimer(0));
+  const auto slowTimer = queue.CreateTimer(0, &Slow::Run, &slow);
   while (!slow.started)
     std::this_thread::yield();
-  EXPECT_TRUE(queue.DeleteTimer(timer));
+  EXPECT_TRUE(queue.DeleteTimer(slowTimer));
   EXPECT_TRUE(slow.finished);
-}
-
-TEST(TimerQueue, ACallbackMayDeleteItsOwnTimer) {
-  struct SelfDeleting {
-    CTimerQueue* queue;
-    std::atomic<CTimerQueue::Handle> timer{0};
-    std::atomic<bool> deleted{false};
-    std::atomic<bool> onTestThread{true};
-    std::thread::id testThread = std::this_thread::get_id();
-    static void Run(void* self) {
-      auto* s = static_cast<SelfDeleting*>(self);
-      s->onTestThread = std::this_thread::get_id() == s->testThread;
-      while (s->timer == 0)
-        std::this_thread::yield();
-      s->deleted = s->queue->DeleteTimer(s->timer);
-    }
-  };
-  CTimerQueue queue;
-  SelfDeleting s{&queue};
-  s.timer = queue.CreateTimer(0, &SelfDeleting::Run, &s);
-  while (!s.deleted)
-    std::this_thread::yield();
-  EXPECT_FALSE(s.onTestThread);
 }
 
 TEST(TimerQueue, ACallbackMayDestroyItsOwnQueueAndOtherQueuesGoOn) {
@@ -117,6 +80,40 @@ TEST(TimerQueue, ACallbackMayDestroyItsOwnQueueAndOtherQueuesGoOn) {
   other.CreateTimer(5, &Probe::Count, &probe);
   ASSERT_TRUE(probe.WaitFor(1));
   EXPECT_TRUE(owner.destroyed);
+}
+
+// A callback may delete its own timer; one that creates a timer on its queue while the queue is
+// being destroyed gets none that fires.
+TEST(TimerQueue, ACallbackMayDeleteItsOwnTimerButNotFireWhileItsQueueIsDestroyed) {
+  struct Creator {
+    CTimerQueue* queue = new CTimerQueue;
+    std::atomic<CTimerQueue::Handle> timer{0};
+    std::atomic<bool> running{false}, deleted{false};
+    Probe late;
+    static void Idle(void*) {}
+    static void Run(void* self) {
+      auto* c = static_cast<Creator*>(self);
+      while (c->timer == 0)
+        std::this_thread::yield();
+      c->deleted = c->queue->DeleteTimer(c->timer); // never waits for itself
+      c->running = true;
+      // Renews a marker timer until the destruction has dropped it and waits for this callback.
+      const auto marker = [c] { return c->queue->CreateTimer(60'000, &Idle, nullptr); };
+      for (auto held = marker(); c->queue->DeleteTimer(std::exchange(held, marker()));)
+        std::this_thread::sleep_for(1ms);
+      c->queue->CreateTimer(0, &Probe::Count, &c->late);
+    }
+  } creator;
+  creator.timer = creator.queue->CreateTimer(0, &Creator::Run, &creator);
+  while (!creator.running)
+    std::this_thread::yield();
+  delete creator.queue;
+  CTimerQueue other; // its timer fires after one that was left behind, due earlier
+  Probe probe;
+  other.CreateTimer(1, &Probe::Count, &probe);
+  ASSERT_TRUE(probe.WaitFor(1));
+  EXPECT_TRUE(creator.deleted);
+  EXPECT_EQ(creator.late.calls, 0);
 }
 
 // Deleters free the callback's context right after DeleteTimer: a deletion that did not wait

@@ -11,6 +11,7 @@
 #include <atomic>
 #include <cstring>
 #include <functional>
+#include <future>
 #include <thread>
 
 using namespace Vorla;
@@ -28,10 +29,15 @@ public:
       m_onRemoval();
   }
   bool IsDeviceOpen() const override { return m_open; }
-  GenApi::INodeMap* GetCameraNodeMap() override { return m_nodeMap._Ptr; }
+  GenApi::INodeMap* GetCameraNodeMap() override {
+    if (m_onNodeMap)
+      m_onNodeMap();
+    return m_nodeMap._Ptr;
+  }
 
   std::atomic<int> m_removals{0};
   std::function<void()> m_onRemoval; // runs with the port lock held
+  std::function<void()> m_onNodeMap; // runs in a probe's quick check
   bool m_open = true;
   GenApi::CNodeMapRef m_nodeMap;
 };
@@ -61,11 +67,9 @@ struct COpenDevice {
   CSink sink;
   CVorlaCLSerPort port{rig::PortId(0)};
 
-  bool Open() {
-    if (!port.ConnectDevice(deviceId))
-      return false;
+  COpenDevice() {
+    EXPECT_TRUE(port.ConnectDevice(deviceId));
     port.SetRemovalSink(&sink);
-    return true;
   }
 };
 
@@ -102,37 +106,27 @@ TEST_F(Port, ConnectsReadsAndReconnectsAfterInactivity) {
 
 TEST_F(Port, AVanishedCameraIsRemovedOnceAndLaterAccessFailsWithoutTraffic) {
   COpenDevice d;
-  ASSERT_TRUE(d.Open());
-  auto& camera = d.camera;
-  auto& deviceId = d.deviceId;
-  auto& sink = d.sink;
-  auto& port = d.port;
 
   camsim::CLoopbackBus::Instance().Detach(0);
-  try {
-    ReadSerial(port);
-    FAIL();
-  } catch (const CLProtocol::CLErrException& e) {
-    EXPECT_EQ(e.GetCLErrorCode(), CL_ERR_TIMEOUT);
-    EXPECT_EQ(m_log.CountContaining("Could not read from CLSer port '" + rig::PortId(0) +
-                                    "'. CL Error: -10004"),
-              1u);
-  }
-  EXPECT_EQ(sink.m_removals, 1);
-  EXPECT_EQ(m_log.Count("Device removal for PortID '" + rig::PortId(0) + "' DeviceID '" + deviceId +
-                        "' detected. Firing removal callbacks."),
+  EXPECT_THROW(ReadSerial(d.port), CLProtocol::CLErrException);
+  EXPECT_EQ(m_log.CountContaining("Could not read from CLSer port '" + rig::PortId(0) +
+                                  "'. CL Error: -10004"), // CL_ERR_TIMEOUT
+            1u);
+  EXPECT_EQ(d.sink.m_removals, 1);
+  EXPECT_EQ(m_log.Count("Device removal for PortID '" + rig::PortId(0) + "' DeviceID '" +
+                        d.deviceId + "' detected. Firing removal callbacks."),
             1u);
 
-  camsim::CLoopbackBus::Instance().Attach(0, camera); // back, but the port stays removed
-  const auto commands = camera->Statistics().m_Commands;
+  camsim::CLoopbackBus::Instance().Attach(0, d.camera); // back, but the port stays removed
+  const auto commands = d.camera->Statistics().m_Commands;
   const char data[4] = {};
-  EXPECT_EQ(Thrown<GenICam::RuntimeException>([&] { port.Write(data, 0x10000, 4); }),
+  EXPECT_EQ(Thrown<GenICam::RuntimeException>([&] { d.port.Write(data, 0x10000, 4); }),
             "Device '" + rig::PortId(0) + "' already removed/disconnected.");
-  EXPECT_EQ(camera->Statistics().m_Commands, commands);
-  EXPECT_EQ(sink.m_removals, 1);
+  EXPECT_EQ(d.camera->Statistics().m_Commands, commands);
+  EXPECT_EQ(d.sink.m_removals, 1);
 
-  port.Close(false); // a full close clears the removal: the port is merely closed now
-  EXPECT_EQ(Thrown<GenICam::RuntimeException>([&] { ReadSerial(port); }),
+  d.port.Close(false); // a full close clears the removal: the port is merely closed now
+  EXPECT_EQ(Thrown<GenICam::RuntimeException>([&] { ReadSerial(d.port); }),
             "Could not reopen CLPort '" + rig::PortId(0) + "'");
 }
 
@@ -157,25 +151,20 @@ TEST_F(Port, AFailedReopenFiresRemovalOnce) {
     SCOPED_TRACE(c.code);
     m_log.Clear();
     COpenDevice d;
-    ASSERT_TRUE(d.Open());
-    auto& camera = d.camera;
-    auto& deviceId = d.deviceId;
-    auto& sink = d.sink;
-    auto& port = d.port;
-    ASSERT_TRUE(port.Close(true)); // as the inactivity timer does
+    ASSERT_TRUE(d.port.Close(true)); // as the inactivity timer does
 
-    c.loseCamera(camera);
-    EXPECT_FALSE(port.Reopen());
+    c.loseCamera(d.camera);
+    EXPECT_FALSE(d.port.Reopen());
     if (c.code != 0) {
       EXPECT_EQ(m_log.CountContaining("Could not connect CLPort '" + rig::PortId(0) +
-                                      "' DeviceID '" + deviceId +
+                                      "' DeviceID '" + d.deviceId +
                                       "' Error: " + std::to_string(c.code) + " '"),
                 1u);
       EXPECT_EQ(m_log.Count("Could not reopen CLPort '" + rig::PortId(0) + "'"), 1u);
     }
-    EXPECT_EQ(sink.m_removals, c.code != 0 ? 1 : 0);
-    EXPECT_THROW(ReadSerial(port), GenICam::RuntimeException); // never a second firing
-    EXPECT_EQ(sink.m_removals, 1);
+    EXPECT_EQ(d.sink.m_removals, c.code != 0 ? 1 : 0);
+    EXPECT_THROW(ReadSerial(d.port), GenICam::RuntimeException); // never a second firing
+    EXPECT_EQ(d.sink.m_removals, 1);
   }
 }
 
@@ -223,30 +212,40 @@ TEST_F(Port, ProbeStopsAtNoDeviceAndRetriesOtherErrors) {
   EXPECT_NE(answer.find("#SN3"), gcstring::npos) << answer;
 }
 
-TEST_F(Port, ProbeOfAnOpenDeviceAsksTheCameraForItsSerialNumber) {
+TEST_F(Port, ProbeOfAnOpenDeviceAsksTheCameraForItsSerialNumberAndHoldsTheDevice) {
   COpenDevice d;
-  ASSERT_TRUE(d.Open());
-  auto& deviceId = d.deviceId;
-  auto& sink = d.sink;
-  auto& port = d.port;
 
   gcstring answer;
-  port.Probe(answer); // no node map yet: full probe, the port reconnects afterwards
+  d.port.Probe(answer); // no node map yet: full probe, the port reconnects afterwards
   EXPECT_EQ(m_log.Count("Device is opened but 'DeviceID' node not found. Performing a full probe."),
             1u);
-  EXPECT_EQ(answer, deviceId);
-  EXPECT_TRUE(port.IsConnected());
+  EXPECT_EQ(answer, d.deviceId);
+  EXPECT_TRUE(d.port.IsConnected());
 
-  sink.m_nodeMap._LoadXMLFromString(camsim::CameraXml());
-  ASSERT_TRUE(sink.m_nodeMap._Connect(&port));
-  port.Probe(answer);
-  EXPECT_EQ(answer, deviceId);
-  EXPECT_EQ(sink.m_removals, 0);
+  d.sink.m_nodeMap._LoadXMLFromString(camsim::CameraXml());
+  ASSERT_TRUE(d.sink.m_nodeMap._Connect(&d.port));
+  d.port.Probe(answer);
+  EXPECT_EQ(answer, d.deviceId);
+  EXPECT_EQ(d.sink.m_removals, 0);
 
   rig::Attach(0, "SN9"); // the camera was swapped while open
-  port.Probe(answer);
+  d.port.Probe(answer);
   EXPECT_EQ(answer, "");
-  EXPECT_EQ(sink.m_removals, 1);
+  EXPECT_EQ(d.sink.m_removals, 1);
+
+  // A device's Close replaces the sink before the device is destroyed: that waits while a probe
+  // on another thread is inside its quick check.
+  std::promise<void> inside, release;
+  d.sink.m_onNodeMap = [&] {
+    inside.set_value();
+    release.get_future().wait();
+  };
+  auto probe = std::async(std::launch::async, [&] { d.port.Probe(answer); });
+  inside.get_future().wait();
+  auto replaced = std::async(std::launch::async, [&] { d.port.SetRemovalSink(nullptr); });
+  EXPECT_TRUE(replaced.wait_for(std::chrono::milliseconds(50)) == std::future_status::timeout)
+      << "the device could be destroyed while the probe uses it";
+  release.set_value();
 }
 
 // One timer thread serves every port: an access holding the port lock for long (a description
@@ -254,9 +253,6 @@ TEST_F(Port, ProbeOfAnOpenDeviceAsksTheCameraForItsSerialNumber) {
 // the timeout, and the timer's close is dropped once the access succeeds and re-arms.
 TEST_F(Port, ALongAccessHoldsUpNeitherTheTimerThreadNorATimeoutChange) {
   COpenDevice d;
-  ASSERT_TRUE(d.Open());
-  auto& camera = d.camera;
-  auto& port = d.port;
   struct Witness {
     std::atomic<bool> accessRunning{true};
     std::atomic<int> sawAccessRunning{-1};
@@ -267,22 +263,22 @@ TEST_F(Port, ALongAccessHoldsUpNeitherTheTimerThreadNorATimeoutChange) {
   } witness;
   Platform::CTimerQueue other;
 
-  port.SetAutoCloseTimeout(30); // fires during the read below
+  d.port.SetAutoCloseTimeout(30); // fires during the read below
   camsim::SFaultPlan slow;
   slow.m_DelayNext = 1;
   slow.m_DelayMs = 300;
-  camera->InjectFaults(slow);
+  d.camera->InjectFaults(slow);
   std::thread reader([&] {
-    EXPECT_EQ(ReadSerial(port), "SN1");
+    EXPECT_EQ(ReadSerial(d.port), "SN1");
     witness.accessRunning = false;
   });
   other.CreateTimer(120, &Witness::Run, &witness);
   ASSERT_TRUE(rig::Eventually([&] { return witness.sawAccessRunning >= 0; }));
   EXPECT_EQ(witness.sawAccessRunning, 1);
-  port.SetAutoCloseTimeout(0);
+  d.port.SetAutoCloseTimeout(0);
   EXPECT_TRUE(witness.accessRunning); // returned without waiting for the reader
   reader.join();
-  EXPECT_TRUE(port.IsConnected());
+  EXPECT_TRUE(d.port.IsConnected());
   EXPECT_EQ(m_log.CountContaining("AutoClosing"), 0u);
 }
 
@@ -290,13 +286,10 @@ TEST_F(Port, ALongAccessHoldsUpNeitherTheTimerThreadNorATimeoutChange) {
 // waited for the lock on the timer's worker and happens once the access is over.
 TEST_F(Port, AnInactivityCloseWaitingForAFailedAccessHappensAfterIt) {
   COpenDevice d;
-  ASSERT_TRUE(d.Open());
-  auto& sink = d.sink;
-  auto& port = d.port;
-  sink.m_onRemoval = [] { std::this_thread::sleep_for(std::chrono::milliseconds(100)); };
-  port.SetAutoCloseTimeout(20); // fires while the removal callback holds the port lock
+  d.sink.m_onRemoval = [] { std::this_thread::sleep_for(std::chrono::milliseconds(100)); };
+  d.port.SetAutoCloseTimeout(20); // fires while the removal callback holds the port lock
   camsim::CLoopbackBus::Instance().Detach(0);
-  EXPECT_THROW(ReadSerial(port), CLProtocol::CLErrException);
-  ASSERT_TRUE(rig::Eventually([&] { return !port.IsConnected(); }));
+  EXPECT_THROW(ReadSerial(d.port), CLProtocol::CLErrException);
+  ASSERT_TRUE(rig::Eventually([&] { return !d.port.IsConnected(); }));
   EXPECT_EQ(m_log.Count("AutoClosing CLPort '" + rig::PortId(0) + "' due to inactivity."), 1u);
 }

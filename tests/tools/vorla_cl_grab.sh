@@ -54,8 +54,17 @@ VORLA_DESCRIPTION_CACHE=off interrupt INT 130 --log 16 xml
 run 1 grab -n 1 -o "$work/missing/f.png"
 expect "cannot write '$work/missing/f-0.png': No such file or directory"
 bind "Sapera Board=$board Channel=4" 3
+# A grab waiting in vain names its cable and whether its camera lives: another, silent simulator's.
+cable=/dev/shm/vorla-cable-$board-4
+"$bin/vorla-camsim" --ignore-stdin --serial SN8 --board "$board" --channel 4 >/dev/null 2>&1 &
+other=$!
+trap 'kill "$camsim" "$other" 2>/dev/null || true; wait 2>/dev/null || true; rm -rf "$work" "$cable"' EXIT
+until [ -e "$cable" ]; do sleep 0.1; done
+run 1 grab -n 1 --timeout 3000
+expect "video? (frame grabber: no frame for 1 s on cable '${cable#/dev/shm/}' of camera process $other (alive), 0 frames sent)"
+{ kill -KILL "$other" && wait "$other"; } 2>/dev/null || true
 run 1 grab -n 1
-expect "no camera video on channel Board=$board Channel=4"
+expect "no camera video on channel Board=$board Channel=4 (no camera serves '${cable#/dev/shm/}': its camera process $other has ended)"
 # Texts from outside are never formats: printf conversions in the configuration, placeholders of
 # the option parser on the command line.
 bind "NI-IMAQ Board=%s%s%s%s%n Channel=3" 4

@@ -10,6 +10,7 @@
 #include <GenApi/GenApi.h>
 #include <VorlaBase/IStreamGrabber.h>
 #include <VorlaBase/IVorlaDevice.h>
+#include <VorlaBase/Logging.h>
 
 #include <nlohmann/json.hpp>
 
@@ -110,6 +111,18 @@ std::string NodeText(GenApi::INodeMap* map, const char* name) {
   }
 }
 
+// What the frame grabber warned of during a wait, from the transport layer's log line
+// "Frame grabber: <text>": e.g. the cable it waits on and whether that cable's camera lives.
+std::string FrameGrabberWarning(const vxlog::CLogCapture& wait) {
+  static const std::string prefix = "Frame grabber: ";
+  std::string last;
+  for (const vxlog::LogEntry& entry : wait.Entries())
+    if (entry.category == "Vorla.CLSer.Stream" && entry.level == vxlog::Warning &&
+        entry.text.compare(0, prefix.size(), prefix) == 0)
+      last = entry.text.substr(prefix.size());
+  return last.empty() ? "" : " (frame grabber: " + last + ")";
+}
+
 const char* StatusName(int32_t status) {
   switch (status) {
   case Vorla::Grabbed:
@@ -178,10 +191,11 @@ int Grab(Vorla::IVorlaDevice& device, const SGrabOptions& options) {
 
   std::string firstFailure;
   while (progress.Done() < options.m_Count && !interrupted()) {
+    const vxlog::CLogCapture wait; // a wait's lines only: a long grab keeps nothing
     if (!stream->GetWaitObject().Wait(options.m_TimeoutMs))
       return Fail("no frame within " + std::to_string(options.m_TimeoutMs) + " ms after " +
                   std::to_string(progress.Done()) + " of " + std::to_string(options.m_Count) +
-                  " frames; is the camera still sending video?");
+                  " frames; is the camera still sending video?" + FrameGrabberWarning(wait));
     Vorla::GrabResult result;
     while (progress.Done() < options.m_Count && !interrupted() && stream->RetrieveResult(result)) {
       if (options.m_Verbose)

@@ -26,6 +26,8 @@ CTimerService::Id CTimerService::Create(Id owner, uint32_t dueMs, Callback callb
   if (!callback || owner == 0)
     return 0;
   CLockGuard<CMutex> guard(m_lock);
+  if (owner == m_runningOwner && m_runningOwnerClosing)
+    return 0; // its queue is being destroyed
   const Id id = m_nextId++;
   try {
     auto timer =
@@ -63,6 +65,7 @@ void CTimerService::OnExpiry(Id timer, const boost::system::error_code& error) {
   guard.Lock();
   m_runningTimer = 0;
   m_runningOwner = 0;
+  m_runningOwnerClosing = false;
   m_callbackDone.notify_all();
 }
 
@@ -87,15 +90,13 @@ bool CTimerService::Delete(Id owner, Id timer) {
 
 void CTimerService::DeleteAll(Id owner) {
   CUniqueLock<CMutex> guard(m_lock);
-  // A callback of `owner` that runs while we wait may create a timer on its own queue: erase
-  // again after each wait, until no callback of the owner runs.
-  for (;;) {
-    for (auto it = m_timers.begin(); it != m_timers.end();)
-      it = it->second.owner == owner ? m_timers.erase(it) : std::next(it);
-    if (IsServiceThread() || m_runningOwner != owner)
-      return;
-    WaitForCallback(guard, owner, 0);
-  }
+  for (auto it = m_timers.begin(); it != m_timers.end();)
+    it = it->second.owner == owner ? m_timers.erase(it) : std::next(it);
+  // A callback of `owner` that still runs may create a timer on its queue: it gets none, so
+  // nothing of the queue fires once its destruction has begun.
+  if (m_runningOwner == owner)
+    m_runningOwnerClosing = true;
+  WaitForCallback(guard, owner, 0);
 }
 
 } // namespace Platform

@@ -30,13 +30,13 @@ public:
 
   //! A new owner (a timer queue) for the timers created below.
   Id NewOwner() VORLA_EXCLUDES(m_lock);
-  //! Arms a one-shot timer of `owner`; 0 on failure.
+  //! Arms a one-shot timer of `owner`; 0 on failure or while DeleteAll(owner) waits.
   Id Create(Id owner, uint32_t dueMs, Callback callback, void* context) VORLA_EXCLUDES(m_lock);
   //! Removes a timer of `owner`, waiting for its running callback unless called from the
   //! service thread. False when `owner` has no such timer.
   bool Delete(Id owner, Id timer) VORLA_EXCLUDES(m_lock);
-  //! Removes every timer of `owner`, waiting as Delete does; also those that a running callback
-  //! of `owner` creates meanwhile.
+  //! Removes every timer of `owner`, waiting as Delete does; a running callback of `owner` can
+  //! create no timer meanwhile.
   void DeleteAll(Id owner) VORLA_EXCLUDES(m_lock);
   bool IsServiceThread() const { return std::this_thread::get_id() == m_threadId; }
 
@@ -68,6 +68,7 @@ private:
   Id m_nextId VORLA_GUARDED_BY(m_lock) = 1;
   Id m_runningTimer VORLA_GUARDED_BY(m_lock) = 0; // the timer whose callback runs, with its owner
   Id m_runningOwner VORLA_GUARDED_BY(m_lock) = 0;
+  bool m_runningOwnerClosing VORLA_GUARDED_BY(m_lock) = false; // its queue is being destroyed
   // The service thread, owned by the service; it runs m_io for the life of the process.
   std::thread m_thread;
   std::thread::id m_threadId;

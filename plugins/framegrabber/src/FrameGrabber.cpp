@@ -20,6 +20,8 @@ const char* const NodeNames[] = {"Width", "Height", "PixelFormat", "ClPixelClock
 // How long the delivery thread sleeps between looks for a camera that is not there, and
 // between checks that the camera it reads from still runs.
 constexpr milliseconds RetryInterval{200};
+// A grab without a frame for this long warns once, naming the cable it waits on.
+constexpr milliseconds SilenceWarning{1000};
 constexpr std::uint64_t PitchAlignment = 256;
 // A pitched copy may take twice its frame (lines of 256 bytes or more never need more) or this
 // much, whichever is more: room for narrow pictures, never the 256-fold of 1-byte lines.
@@ -96,8 +98,8 @@ bool CFrameGrabber::StartGrab() {
   if (m_Thread.joinable())
     return true;
   if (!m_Reader.Attach(CableName()))
-    return Fail("no camera video on channel " + m_Parameters.ChannelText() +
-                " (no camera simulator serves '" + CableName() + "')");
+    return Fail("no camera video on channel " + m_Parameters.ChannelText() + " (" +
+                m_Reader.Refusal() + ")");
   m_PixelClock = static_cast<std::int64_t>(m_Reader.PixelClock());
   m_Delivered = 0;
   m_Lost = 0;
@@ -172,10 +174,21 @@ void CFrameGrabber::OnNode(int64_t value, uint64_t context, uint32_t cookie) {
 void CFrameGrabber::Deliver() {
   std::uint32_t geometryChanges = m_GeometryChanges.load();
   std::uint64_t lostBefore = 0; // frames lost on earlier attachments of this grab
+  auto lastFrame = std::chrono::steady_clock::now();
+  bool warned = false;
+  // Once per silence: which cable the grab waits on, and whether its camera process lives.
+  const auto checkSilence = [&] {
+    if (!warned && !m_Stop.load() &&
+        std::chrono::steady_clock::now() - lastFrame >= SilenceWarning) {
+      warned = true;
+      m_pCallee->Warning(("no frame for 1 s on " + m_Reader.Describe()).c_str());
+    }
+  };
   while (!m_Stop.load()) {
     if (!m_Reader.Attached()) {
       // The camera went away: look for it (a restarted simulator) until the grab stops.
       if (!m_Reader.Attach(CableName())) {
+        checkSilence();
         std::unique_lock<std::mutex> lock(m_StopMutex);
         m_StopWake.wait_for(lock, RetryInterval, [this] { return m_Stop.load(); });
         continue;
@@ -191,6 +204,8 @@ void CFrameGrabber::Deliver() {
       m_PixelClock = static_cast<std::int64_t>(m_Reader.PixelClock());
       DeliverFrame(frame);
       m_Reader.Release(frame);
+      lastFrame = std::chrono::steady_clock::now();
+      warned = false;
       m_Lost = lostBefore + m_Reader.Lost();
       break;
     case VideoCable::CCableReader::EResult::Gone:
@@ -198,6 +213,7 @@ void CFrameGrabber::Deliver() {
       m_Reader.Detach();
       break;
     case VideoCable::CCableReader::EResult::Nothing:
+      checkSilence();
       if (!m_Reader.CameraPresent()) {
         lostBefore += m_Reader.Lost();
         m_Reader.Detach();

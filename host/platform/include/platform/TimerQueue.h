@@ -23,8 +23,9 @@ public:
   CTimerQueue(const CTimerQueue&) = delete;
   CTimerQueue& operator=(const CTimerQueue&) = delete;
 
-  //! Arms a one-shot timer that calls `callback(context)` after `dueMs`; 0 on failure. An
-  //! exception out of the callback is swallowed.
+  //! Arms a one-shot timer that calls `callback(context)` after `dueMs`; 0 on failure, and for
+  //! a callback of this queue while the queue is being destroyed. An exception out of the
+  //! callback is swallowed.
   Handle CreateTimer(uint32_t dueMs, Callback callback, void* context);
   //! Removes a timer; it never fires afterwards. A callback that is running is waited for,
   //! except when DeleteTimer is called from a callback itself. A fired timer stays known until
