@@ -10,6 +10,7 @@
 #   minizip 1.2.13   static zipped descriptions (zlib's contrib/minizip)
 #   libpng 1.6.39    static vorla-cl's PNG output
 #   GoogleTest 1.12  static Debian's /usr/src/googletest
+#   nlohmann-json    headers Debian's nlohmann-json3-dev, as installed
 #
 # Sources come from `apt-get source` (a deb-src entry for the installed suite is added when the
 # apt sources lack one) and from files Debian installs; nothing else is downloaded.
@@ -20,7 +21,7 @@ prefix=${VORLA_WINDOWS_DEPS:-$root/build/windows-deps}
 work=$root/build/windows-deps-src
 toolchain=$root/cmake/mingw-w64-x86_64.cmake
 jobs=${VORLA_WINDOWS_JOBS:-2}
-pins="xerces-c=3.2.4+debian-1 boost1.74=1.74.0+ds1-21 nettle=3.8.1-2 zlib=1:1.2.13.dfsg-1 libpng1.6=1.6.39-2+deb12u5 googletest=1.12.1-0.2"
+pins="xerces-c=3.2.4+debian-1 boost1.74=1.74.0+ds1-21 nettle=3.8.1-2 zlib=1:1.2.13.dfsg-1 libpng1.6=1.6.39-2+deb12u5 googletest=1.12.1-0.2 nlohmann-json3=3.11.2-2"
 stamp=$prefix/.vorla-windows-deps
 
 if [ -f "$stamp" ] && [ "$(cat "$stamp")" = "$pins" ]; then
@@ -57,14 +58,18 @@ if [ -f "$stamp" ] || { [ -d "$prefix" ] && [ ! -d "$prefix/.built" ]; }; then r
 mkdir -p "$prefix/.built" "$work"
 done_() { [ -f "$prefix/.built/$1" ]; }
 triple=x86_64-w64-mingw32
-nice_make() { nice -n 10 "$@"; }
-cmake_dep() { # <source dir> <build dir> <cmake args...>
-  local src=$1 bld=$2
+nice_make() { nice -n 15 "$@"; }
+# Each library reports its wall-clock time (the CI budget is counted in minutes).
+t0=$SECONDS
+lap() { echo "windows-deps: $1 took $((SECONDS - t0)) s"; t0=$SECONDS; }
+cmake_dep() { # <source dir> <build dir> [--target <t> --install <sub-folder>] <cmake args...>
+  local src=$1 bld=$2 target=() sub=.
   shift 2
+  if [ "${1:-}" = --target ]; then target=(--target "$2"); sub=$4; shift 4; fi
   cmake -S "$src" -B "$bld" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DCMAKE_BUILD_TYPE=Release \
     -DVORLA_WINDOWS_DEPS="$prefix" -DCMAKE_INSTALL_PREFIX="$prefix" "$@" >"$bld.log"
-  nice_make cmake --build "$bld" -j "$jobs" >>"$bld.log"
-  cmake --install "$bld" >>"$bld.log"
+  nice_make cmake --build "$bld" -j "$jobs" "${target[@]}" >>"$bld.log"
+  cmake --install "$bld/$sub" >>"$bld.log"
 }
 fetch() { # <source package>=<version> -> prints the unpacked folder
   local pkg=${1%%=*} dir
@@ -104,6 +109,7 @@ Cflags: -I\${prefix}/include/minizip
 Libs: -L\${prefix}/lib -lminizip -lz
 EOF
   touch "$prefix/.built/minizip"
+  lap minizip
 fi
 
 # --- libpng ------------------------------------------------------------------------------------
@@ -114,6 +120,7 @@ if ! done_ libpng; then
     -DPNG_EXECUTABLES=OFF -DZLIB_LIBRARY="$prefix/lib/libz.a" \
     -DZLIB_INCLUDE_DIR="$prefix/include"
   touch "$prefix/.built/libpng"
+  lap libpng
 fi
 
 # --- nettle (no public-key part, so no GMP) --------------------------------------------------
@@ -127,16 +134,20 @@ if ! done_ nettle; then
    make AUTOHEADER=true AUTOCONF=true install-headers install-static install-pkgconfig >>"$work/nettle.log")
   rm -f "$prefix/lib/pkgconfig/hogweed.pc"
   touch "$prefix/.built/nettle"
+  lap nettle
 fi
 
 # --- Xerces-C ----------------------------------------------------------------------------------
 if ! done_ xerces; then
   echo "windows-deps: Xerces-C"
   xerces=$(fetch "$(pin xerces-c)")
-  cmake_dep "$xerces" "$work/xerces-build" -DBUILD_SHARED_LIBS=ON -Dnetwork=OFF \
-    -Dtranscoder=windows -Dmessage-loader=inmemory -Dxmlch-type=uint16_t -Dmutexmgr=windows \
-    -DCMAKE_DISABLE_FIND_PACKAGE_ICU=ON -DCMAKE_DISABLE_FIND_PACKAGE_CURL=ON
+  # XMLCh is char16_t, as in Debian's own build: the sources write u"..." for Xerces strings.
+  # The library alone (its 46 samples and tests are not needed) and its own install rules.
+  cmake_dep "$xerces" "$work/xerces-build" --target xerces-c --install src -DBUILD_SHARED_LIBS=ON \
+    -Dnetwork=OFF -Dtranscoder=windows -Dmessage-loader=inmemory -Dxmlch-type=char16_t \
+    -Dmutexmgr=windows -DCMAKE_DISABLE_FIND_PACKAGE_ICU=ON -DCMAKE_DISABLE_FIND_PACKAGE_CURL=ON
   touch "$prefix/.built/xerces"
+  lap xerces
 fi
 
 # --- Boost: headers, thread, program_options --------------------------------------------------
@@ -146,6 +157,12 @@ if ! done_ boost; then
   echo "using gcc : mingw : $triple-g++-posix ;" >"$work/user-config.jam"
   # Debian's source leaves out the build engine's generated parser.
   (cd "$boost/tools/build/src/engine" && [ -f jamgram.cpp ] || bison -y -d -o jamgram.cpp jamgram.y)
+  # The headers in one copy that keeps their times, so that b2's install (one process per file)
+  # finds them up to date and installs only the libraries and their CMake packages.
+  mkdir -p "$prefix/include"
+  for headers in "$boost"/libs/*/include "$boost"/libs/numeric/*/include; do
+    cp -a "$headers/boost" "$prefix/include/"
+  done
   (cd "$boost" && ./bootstrap.sh --with-libraries=thread,program_options >"$work/boost.log" 2>&1 &&
    nice_make ./b2 -q -j"$jobs" --user-config="$work/user-config.jam" toolset=gcc-mingw \
      target-os=windows threadapi=win32 variant=release link=shared runtime-link=shared \
@@ -153,6 +170,7 @@ if ! done_ boost; then
      --layout=system --with-thread --with-program_options --prefix="$prefix" install \
      >>"$work/boost.log" 2>&1) || { tail -30 "$work/boost.log" >&2; exit 1; }
   touch "$prefix/.built/boost"
+  lap boost
 fi
 
 # --- GoogleTest --------------------------------------------------------------------------------
@@ -160,6 +178,15 @@ if ! done_ gtest; then
   echo "windows-deps: GoogleTest"
   cmake_dep /usr/src/googletest "$work/gtest-build" -DBUILD_SHARED_LIBS=OFF -Dgtest_disable_pthreads=OFF
   touch "$prefix/.built/gtest"
+  lap gtest
+fi
+
+# --- nlohmann-json: header-only, Debian's installed copy with its CMake package -------------------
+if ! done_ json; then
+  mkdir -p "$prefix/include" "$prefix/share/cmake"
+  cp -a /usr/include/nlohmann "$prefix/include/"
+  cp -a /usr/share/cmake/nlohmann_json "$prefix/share/cmake/"
+  touch "$prefix/.built/json"
 fi
 
 rm -rf "$work"

@@ -110,8 +110,10 @@ struct SPlugin {
 class FrameGrabber : public ::testing::TestWithParam<SPlugin> {
 protected:
   void SetUp() override {
-    const std::string path = testsupport::BuildDir() + "/lib/vorla/fg/" + GetParam().m_Name +
-                             Vorla::Platform::CDynamicLibrary::Suffix();
+    const std::string suffix =
+        Vorla::Platform::CDynamicLibrary::Suffix(); // modules: bin/ on Windows
+    const std::string path = testsupport::BuildDir() + (suffix == ".dll" ? "/bin" : "/lib") +
+                             "/vorla/fg/" + GetParam().m_Name + suffix;
     ASSERT_TRUE(m_Library.Load(path)) << m_Library.LastError();
     const auto create = reinterpret_cast<Vorla::CreateFrameGrabberObjectFunction>(
         m_Library.Symbol(Vorla::CreateFrameGrabberObjectName));

@@ -19,7 +19,11 @@ std::string Now() {
   const std::time_t now = std::time(nullptr);
   char text[16];
   std::tm local{};
+#if defined(_WIN32)
+  localtime_s(&local, &now);
+#else
   localtime_r(&now, &local);
+#endif
   std::strftime(text, sizeof text, "%H:%M:%S", &local);
   return text;
 }

@@ -4,6 +4,7 @@
 #include "SerialLibrary.h"
 
 #include <GenApi/Log.h>
+#include <platform/DynamicLibrary.h>
 #include <platform/Environment.h>
 
 #include <algorithm>
@@ -54,13 +55,17 @@ std::string RealPath(const std::string& path) {
   return ec ? path : real.string();
 }
 
-// "clser???.so": the release name of a Camera Link serial library.
+// "clser???.so" ("clser???.dll" on Windows): the release name of a Camera Link serial library.
 bool IsSerialLibraryName(const std::string& name) {
-  return name.size() == 11 && name.compare(0, 5, "clser") == 0 && EndsWith(name, ".so");
+  const std::string suffix = Vorla::Platform::CDynamicLibrary::Suffix();
+  return name.size() == 8 + suffix.size() && name.compare(0, 5, "clser") == 0 &&
+         EndsWith(name, suffix);
 }
 
 bool IsDriverName(const std::string& name) {
-  return name.size() > 6 && name.compare(0, 3, "lib") == 0 && EndsWith(name, ".so");
+  const std::string suffix = Vorla::Platform::CDynamicLibrary::Suffix();
+  return name.size() > 3 + suffix.size() && name.compare(0, 3, "lib") == 0 &&
+         EndsWith(name, suffix);
 }
 
 } // namespace
@@ -177,8 +182,9 @@ std::vector<CModuleRegistry::SDriver> CModuleRegistry::Drivers() {
       if (!IsDriverName(name))
         continue;
       // A debug build "X.debug.so" stands in only when the release "X.so" is missing.
-      if (EndsWith(name, ".debug.so")) {
-        const std::string release = name.substr(0, name.size() - 9) + ".so";
+      const std::string suffix = Vorla::Platform::CDynamicLibrary::Suffix();
+      if (EndsWith(name, ".debug" + suffix)) {
+        const std::string release = name.substr(0, name.size() - 6 - suffix.size()) + suffix;
         if (std::binary_search(names.begin(), names.end(), release))
           continue;
       }

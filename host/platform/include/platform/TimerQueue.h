@@ -6,9 +6,10 @@
 namespace Vorla {
 namespace Platform {
 
-//! A group of one-shot timers, deleted together with the queue. Every queue of the process is
-//! served by one timer thread (a Boost.Asio io_context), so a callback must not block for long:
-//! it would hold up the timers of every other queue. Callbacks run one at a time.
+//! A group of one-shot timers, deleted together with the queue. On Windows it is a system timer
+//! queue whose callbacks run on the thread pool; elsewhere every queue of the process is served by
+//! one timer thread (a Boost.Asio io_context), where callbacks run one at a time. Either way a
+//! callback must not block for long.
 //!
 //! Thread-safe: timers may be created and deleted from any thread, also from a callback, which
 //! may even delete its own timer or destroy its own queue.
@@ -33,7 +34,7 @@ public:
   bool DeleteTimer(Handle timer);
 
 private:
-  uint64_t m_owner; // this queue's key in the process's timer service
+  uint64_t m_owner; // this queue's key in the process's timer service (on Windows, its state)
 };
 
 } // namespace Platform
