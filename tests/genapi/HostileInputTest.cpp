@@ -11,7 +11,6 @@
 #include <gmock/gmock.h>
 
 #include <cinttypes>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
