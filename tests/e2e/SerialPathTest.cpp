@@ -46,8 +46,12 @@ protected:
     ::unsetenv("CLSERTTY_PORTS");
   }
 
-  //! Starts a camera and makes its pty the only tty port; fatal failures end the test.
+  //! Starts a camera (after stopping the one before) and makes its pty the only tty port; fatal
+  //! failures end the test.
   void StartCamera(const std::vector<std::string>& args = {}) {
+    if (m_sim.IsRunning()) {
+      ASSERT_EQ(m_sim.Stop(), 0);
+    }
     ASSERT_TRUE(m_sim.Start(args)) << m_sim.Error();
     VorlaE2E::UseOnlyPort(m_sim.SlavePath());
     m_template = VorlaE2E::HexmarTemplate();
@@ -153,9 +157,6 @@ TEST_F(SerialPathTest, DescriptionLoadsInEveryFormTheCameraOffers) {
       {}, {"--zip"}, {"--pace", "--zip"}, {"--zip", "--no-sha1"}, {"--baud-rates", "0x13"}};
   for (const auto& args : cameras) {
     SCOPED_TRACE(args.empty() ? "plain" : args[0] + " " + args.back());
-    if (m_sim.IsRunning()) {
-      ASSERT_EQ(m_sim.Stop(), 0);
-    }
     StartCamera(args);
     CCLPort port;
     port.Connect(m_sim.PortID(), m_template);
@@ -227,9 +228,6 @@ TEST_F(SerialPathTest, CameraGoneOrSilentWhileConnectedEndsInATimeOut) {
   // The probe of Connect takes four commands (version, bootstrap tail, names, serial registers).
   for (const bool vanish : {false, true}) {
     SCOPED_TRACE(vanish ? "silent" : "gone");
-    if (m_sim.IsRunning()) {
-      ASSERT_EQ(m_sim.Stop(), 0);
-    }
     StartCamera(vanish ? std::vector<std::string>{"--vanish-after-commands", "5"}
                        : std::vector<std::string>{});
     CCLPort port;
