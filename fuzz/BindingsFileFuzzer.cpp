@@ -5,24 +5,17 @@
 #include <VorlaBase/DeviceInfo.h>
 #include <VorlaBase/Logging.h>
 
-#include <Base/GCException.h>
-
-#include "FuzzScratch.h"
+#include "FuzzSupport.h"
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
-#include <unistd.h>
 
 namespace {
 std::string g_path;
 }
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  const std::string folder = FuzzScratchFolder();
-  setenv("VORLA_XML_BINDINGS", folder.c_str(), 1);
-  g_path = folder + "/XmlFileBindings.xml";
+  g_path = FuzzScratchFile("VORLA_XML_BINDINGS", "XmlFileBindings.xml");
   vxlog::LogSetFilter("4096");
   return 0;
 }
@@ -32,18 +25,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   // A missing file empties the registry's cache, so that every input is parsed.
   unlink(g_path.c_str());
   registry.GetXmlFileBinding(Vorla::CDeviceInfo());
-  FILE* file = std::fopen(g_path.c_str(), "wb");
-  if (!file)
-    std::abort();
-  std::fwrite(data, 1, size, file);
-  std::fclose(file);
+  FuzzWriteFile(g_path, data, size);
 
   Vorla::CDeviceInfo camera;
   camera.SetVendorName("Hexmar");
   camera.SetModelName("HX1300");
-  try {
-    registry.GetXmlFileBinding(camera);
-  } catch (const GenICam::GenericException&) {
-  }
+  FuzzTry([&] { registry.GetXmlFileBinding(camera); });
   return 0;
 }

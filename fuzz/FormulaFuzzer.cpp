@@ -3,17 +3,16 @@
 // each, the low bit of the first choosing integer or double). Only GenICam exceptions may leave.
 #include "Formula.h"
 
-#include <Base/GCException.h>
+#include "FuzzSupport.h"
 
 #include <cstdint>
 #include <cstring>
 #include <string>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  const std::string input(reinterpret_cast<const char*>(data), size);
-  const size_t nul = input.find('\0');
-  const std::string text = input.substr(0, nul);
-  const std::string values = nul == std::string::npos ? std::string() : input.substr(nul + 1);
+  const std::pair<std::string, std::string> input = FuzzSplitAtNul(data, size);
+  const std::string& text = input.first;
+  const std::string& values = input.second;
 
   const auto resolve = [&](size_t id) {
     unsigned char bytes[8] = {};
@@ -29,17 +28,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     return GenApi::FormulaValue::FromInt(v);
   };
 
-  try {
+  FuzzTry([&] {
     // "TO"/"FROM" and one-letter names are bound, as a converter's variables would be.
     const GenApi::CFormula formula(text, {"TO", "FROM", "E", "PI", "X"});
-    for (const bool integerMode : {true, false}) {
-      try {
-        const GenApi::FormulaValue value = formula.Evaluate(resolve, integerMode);
-        (void)value.AsInt();
-      } catch (const GenICam::GenericException&) {
-      }
-    }
-  } catch (const GenICam::GenericException&) {
-  }
+    for (const bool integerMode : {true, false})
+      FuzzTry([&] { (void)formula.Evaluate(resolve, integerMode).AsInt(); });
+  });
   return 0;
 }

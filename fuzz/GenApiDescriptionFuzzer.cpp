@@ -9,6 +9,8 @@
 
 #include <xercesc/util/PlatformUtils.hpp>
 
+#include "FuzzSupport.h"
+
 #include <cstdint>
 #include <cstring>
 #include <map>
@@ -50,53 +52,46 @@ private:
   std::map<uint64_t, uint8_t> m_Written;
 };
 
-template <class F> void Try(F&& f) {
-  try {
-    f();
-  } catch (const GenICam::GenericException&) {
-  }
-}
-
 void TouchNumbers(GenApi::INode* node) {
   if (auto* p = dynamic_cast<GenApi::IInteger*>(node)) {
-    Try([&] { p->SetValue(p->GetValue()); });
-    Try([&] { p->SetValue(p->GetMin()); });
-    Try([&] { p->SetValue(p->GetMax()); });
-    Try([&] { p->GetInc(); });
-    Try([&] { p->GetIncMode(); });
-    Try([&] { p->GetRepresentation(); });
+    FuzzTry([&] { p->SetValue(p->GetValue()); });
+    FuzzTry([&] { p->SetValue(p->GetMin()); });
+    FuzzTry([&] { p->SetValue(p->GetMax()); });
+    FuzzTry([&] { p->GetInc(); });
+    FuzzTry([&] { p->GetIncMode(); });
+    FuzzTry([&] { p->GetRepresentation(); });
   } else if (auto* p = dynamic_cast<GenApi::IFloat*>(node)) {
-    Try([&] { p->SetValue(p->GetValue()); });
-    Try([&] { p->SetValue(p->GetMin()); });
-    Try([&] { p->SetValue(p->GetMax()); });
-    Try([&] {
+    FuzzTry([&] { p->SetValue(p->GetValue()); });
+    FuzzTry([&] { p->SetValue(p->GetMin()); });
+    FuzzTry([&] { p->SetValue(p->GetMax()); });
+    FuzzTry([&] {
       if (p->HasInc())
         p->GetInc();
     });
-    Try([&] { p->GetDisplayPrecision(); });
+    FuzzTry([&] { p->GetDisplayPrecision(); });
   } else if (auto* p = dynamic_cast<GenApi::IBoolean*>(node)) {
-    Try([&] { p->SetValue(!p->GetValue()); });
+    FuzzTry([&] { p->SetValue(!p->GetValue()); });
   }
 }
 
 void TouchOthers(GenApi::INode* node) {
   if (auto* p = dynamic_cast<GenApi::IString*>(node)) {
-    Try([&] { p->SetValue(p->GetValue()); });
-    Try([&] { p->GetMaxLength(); });
+    FuzzTry([&] { p->SetValue(p->GetValue()); });
+    FuzzTry([&] { p->GetMaxLength(); });
   } else if (auto* p = dynamic_cast<GenApi::ICommand*>(node)) {
-    Try([&] { p->Execute(); });
-    Try([&] { p->IsDone(); });
+    FuzzTry([&] { p->Execute(); });
+    FuzzTry([&] { p->IsDone(); });
   } else if (auto* p = dynamic_cast<GenApi::IEnumeration*>(node)) {
     GenApi::NodeList_t entries;
-    Try([&] { p->GetEntries(entries); });
+    FuzzTry([&] { p->GetEntries(entries); });
     for (GenApi::INode* entry : entries)
       if (auto* e = dynamic_cast<GenApi::IEnumEntry*>(entry))
-        Try([&] { p->SetIntValue(e->GetValue()); });
-    Try([&] { p->GetCurrentEntry(); });
+        FuzzTry([&] { p->SetIntValue(e->GetValue()); });
+    FuzzTry([&] { p->GetCurrentEntry(); });
     GenICam::gcstring_vector symbolics;
-    Try([&] { p->GetSymbolics(symbolics); });
+    FuzzTry([&] { p->GetSymbolics(symbolics); });
   } else if (auto* p = dynamic_cast<GenApi::IRegister*>(node)) {
-    Try([&] {
+    FuzzTry([&] {
       const int64_t length = p->GetLength();
       if (length > 0 && length <= 4096) {
         std::string buffer(static_cast<size_t>(length), '\0');
@@ -105,24 +100,24 @@ void TouchOthers(GenApi::INode* node) {
         p->Set(bytes, length);
       }
     });
-    Try([&] { p->GetAddress(); });
+    FuzzTry([&] { p->GetAddress(); });
   } else if (auto* p = dynamic_cast<GenApi::ICategory*>(node)) {
     GenApi::FeatureList_t features;
-    Try([&] { p->GetFeatures(features); });
+    FuzzTry([&] { p->GetFeatures(features); });
   }
 }
 
 void Touch(GenApi::INode* node) {
-  Try([&] { node->GetAccessMode(); });
-  Try([&] { node->GetVisibility(); });
-  Try([&] { node->GetToolTip(); });
-  Try([&] { node->GetDisplayName(); });
+  FuzzTry([&] { node->GetAccessMode(); });
+  FuzzTry([&] { node->GetVisibility(); });
+  FuzzTry([&] { node->GetToolTip(); });
+  FuzzTry([&] { node->GetDisplayName(); });
   GenApi::NodeList_t related;
-  Try([&] { node->GetChildren(related); });
-  Try([&] { node->GetParents(related); });
+  FuzzTry([&] { node->GetChildren(related); });
+  FuzzTry([&] { node->GetParents(related); });
   if (auto* value = dynamic_cast<GenApi::IValue*>(node)) {
-    Try([&] { value->FromString(value->ToString()); });
-    Try([&] { value->ToString(true, true); });
+    FuzzTry([&] { value->FromString(value->ToString()); });
+    FuzzTry([&] { value->ToString(true, true); });
   }
   TouchNumbers(node);
   TouchOthers(node);
@@ -137,10 +132,8 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  const std::string input(reinterpret_cast<const char*>(data), size);
-  const size_t nul = input.find('\0');
-  const std::string xml = input.substr(0, nul);
-  CFuzzPort port(nul == std::string::npos ? std::string() : input.substr(nul + 1));
+  auto [xml, registers] = FuzzSplitAtNul(data, size);
+  CFuzzPort port(std::move(registers));
 
   GenApi::CNodeMapRef map;
   try {
@@ -148,15 +141,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   } catch (const GenICam::GenericException&) {
     return 0;
   }
-  Try([&] { map._Connect(&port); });
+  FuzzTry([&] { map._Connect(&port); });
   GenApi::NodeList_t nodes;
   map._GetNodes(nodes);
   for (GenApi::INode* node : nodes)
     Touch(node);
   // A second pass after every write and an invalidation: cached and stale values meet.
-  Try([&] { map._InvalidateNodes(); });
+  FuzzTry([&] { map._InvalidateNodes(); });
   for (GenApi::INode* node : nodes)
-    Try([&] {
+    FuzzTry([&] {
       if (auto* value = dynamic_cast<GenApi::IValue*>(node))
         value->ToString();
     });

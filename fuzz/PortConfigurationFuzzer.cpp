@@ -3,38 +3,28 @@
 // of the table has an id.
 #include "PortConfiguration.h"
 
-#include <Base/GCException.h>
 #include <VorlaBase/Logging.h>
 
 #include <xercesc/util/PlatformUtils.hpp>
 
-#include "FuzzScratch.h"
+#include "FuzzSupport.h"
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
-#include <unistd.h>
 
 namespace {
 std::string g_path;
 }
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  const std::string folder = FuzzScratchFolder();
-  setenv("VORLA_CL_BINDINGS", folder.c_str(), 1);
-  g_path = folder + "/PortConfiguration_x64.xml";
+  g_path = FuzzScratchFile("VORLA_CL_BINDINGS", "PortConfiguration_x64.xml");
   vxlog::LogSetFilter("4096"); // parse errors are expected by the thousand
   xercesc::XMLPlatformUtils::Initialize();
   return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  FILE* file = std::fopen(g_path.c_str(), "wb");
-  if (!file)
-    std::abort();
-  std::fwrite(data, 1, size, file);
-  std::fclose(file);
+  FuzzWriteFile(g_path, data, size);
 
   Vorla::Platform::CRecursiveMutex lock;
   Vorla::CPortConfiguration configuration(lock);

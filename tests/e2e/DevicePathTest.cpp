@@ -3,6 +3,7 @@
 // close and the camera's removal.
 #include "E2ESupport.h"
 #include "SimulatorProcess.h"
+#include "TempFolder.h"
 
 #include <GenApi/GenApi.h>
 #include <VorlaBase/VorlaBase.h>
@@ -11,7 +12,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <filesystem>
 #include <fstream>
 #include <thread>
 
@@ -43,10 +43,8 @@ TEST(DevicePath, ACameraIsFoundOpenedUsedClosedAndReportedGone) {
   ASSERT_TRUE(simulator.Start({"--serial", "SN5", "--baud-rates", "0x19", "--no-video"}))
       << simulator.Error();
   VorlaE2E::UseOnlyPort(simulator.SlavePath());
-  char pattern[] = "/tmp/vorla-device-XXXXXX";
-  const std::string folder = ::mkdtemp(pattern);
-  ::setenv("VORLA_CL_BINDINGS", folder.c_str(), 1);
-  std::ofstream(folder + "/PortConfiguration_x64.xml")
+  const testsupport::CTempFolder folder("VORLA_CL_BINDINGS");
+  std::ofstream(folder.File("PortConfiguration_x64.xml"))
       << "<CLBindings><Port><ID>" << simulator.PortID()
       << "</ID><Enabled>yes</Enabled><Manufacturer>Hexmar</Manufacturer>"
          "<BaudRate>Baud57600</BaudRate></Port></CLBindings>";
@@ -104,6 +102,4 @@ TEST(DevicePath, ACameraIsFoundOpenedUsedClosedAndReportedGone) {
   device->Close();
   tl->DestroyDevice(device);
   factory.ReleaseTl(tl);
-  ::unsetenv("VORLA_CL_BINDINGS");
-  std::filesystem::remove_all(folder);
 }

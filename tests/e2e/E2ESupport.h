@@ -26,4 +26,14 @@ inline void UseOnlyPort(const std::string& device) {
   ::setenv("CLSERTTY_PORTS", device.c_str(), 1);
 }
 
+//! The Camera Link error code `f` fails with; CL_ERR_NO_ERR when it does not fail.
+template <class F> CLINT32 CodeOf(F&& f) {
+  try {
+    f();
+  } catch (const CLProtocol::CLErrException& e) {
+    return e.GetCLErrorCode();
+  }
+  return CL_ERR_NO_ERR;
+}
+
 } // namespace VorlaE2E

@@ -3,6 +3,7 @@
 // buffers. Every frame must be whole, in order, and of the geometry the camera was set to.
 #include "E2ESupport.h"
 #include "SimulatorProcess.h"
+#include "TempFolder.h"
 
 #include <GenApi/GenApi.h>
 #include <VorlaBase/VorlaBase.h>
@@ -10,8 +11,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <string>
 #include <unistd.h>
@@ -31,22 +30,14 @@ protected:
                                    "--sensor-width", "320", "--sensor-height", "240"}))
         << m_simulator.Error();
     VorlaE2E::UseOnlyPort(m_simulator.SlavePath());
-    char pattern[] = "/tmp/vorla-grab-XXXXXX";
-    m_folder = ::mkdtemp(pattern);
-    ::setenv("VORLA_CL_BINDINGS", m_folder.c_str(), 1);
-    std::ofstream(m_folder + "/PortConfiguration_x64.xml")
+    std::ofstream(m_folder.File("PortConfiguration_x64.xml"))
         << "<CLBindings><Port><ID>" << m_simulator.PortID()
         << "</ID><Enabled>yes</Enabled><Manufacturer>Hexmar</Manufacturer>"
         << "<DeviceSpecificString>" << GetParam() << " Board=" << board
         << " Channel=2</DeviceSpecificString></Port></CLBindings>";
   }
-  void TearDown() override {
-    ::unsetenv("VORLA_CL_BINDINGS");
-    std::filesystem::remove_all(m_folder);
-  }
-
   VorlaE2E::CSimulatorProcess m_simulator;
-  std::string m_folder;
+  testsupport::CTempFolder m_folder{"VORLA_CL_BINDINGS"};
 };
 
 GenApi::IInteger& Integer(GenApi::INodeMap* map, const char* name) {

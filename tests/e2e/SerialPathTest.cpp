@@ -21,6 +21,7 @@
 
 using CLProtocol::CCLPort;
 using CLProtocol::CLErrException;
+using VorlaE2E::CodeOf;
 using VorlaE2E::CSimulatorProcess;
 namespace Abrm = GenCP::Abrm;
 
@@ -45,8 +46,12 @@ protected:
     ::unsetenv("CLSERTTY_PORTS");
   }
 
-  //! Starts a camera and makes its pty the only tty port; fatal failures end the test.
+  //! Starts a camera (after stopping the one before) and makes its pty the only tty port; fatal
+  //! failures end the test.
   void StartCamera(const std::vector<std::string>& args = {}) {
+    if (m_sim.IsRunning()) {
+      ASSERT_EQ(m_sim.Stop(), 0);
+    }
     ASSERT_TRUE(m_sim.Start(args)) << m_sim.Error();
     VorlaE2E::UseOnlyPort(m_sim.SlavePath());
     m_template = VorlaE2E::HexmarTemplate();
@@ -91,7 +96,7 @@ TEST_F(SerialPathTest, ProbeWithTheTemplateAnswersTheFullDeviceIDOfItsModelOnly)
 }
 
 // The simulator's port is listed; a connection reads and writes its registers and keeps the line
-// from a second user until it lets go.
+// (and its driver) from a second user until it lets go.
 TEST_F(SerialPathTest, ConnectReadAndWriteTheBootstrapRegistersAndHoldTheLine) {
   StartCamera();
   GenICam::gcstring_vector ids;
@@ -102,15 +107,11 @@ TEST_F(SerialPathTest, ConnectReadAndWriteTheBootstrapRegistersAndHoldTheLine) {
   port.SetSerialTimeOut(200);
   port.Connect(m_sim.PortID(), m_template);
   ASSERT_TRUE(port.IsConnected());
-  EXPECT_EQ(port.GetDeviceID(), FullDeviceID());
+  EXPECT_EQ(port.GetDeviceID(), FullDeviceID()); // from the name registers, read over the line
   EXPECT_EQ(port.GetPortID(), m_sim.PortID());
   EXPECT_EQ(port.GetAccessMode(), GenApi::RW);
 
   EXPECT_EQ(ReadBE32(port, Abrm::GenCPVersion) >> 16, 1u);
-  EXPECT_EQ(ReadString(port, Abrm::ManufacturerName), "Hexmar");
-  EXPECT_EQ(ReadString(port, Abrm::ModelName), "HX1300");
-  EXPECT_EQ(ReadString(port, Abrm::FamilyName), "CamSim");
-  EXPECT_EQ(ReadString(port, Abrm::DeviceVersion), "1.0");
   EXPECT_EQ(ReadString(port, Abrm::SerialNumber), "HX0001");
   std::uint8_t manifest[8];
   port.Read(manifest, Abrm::ManifestTableAddress, sizeof manifest);
@@ -125,12 +126,18 @@ TEST_F(SerialPathTest, ConnectReadAndWriteTheBootstrapRegistersAndHoldTheLine) {
   std::uint8_t zero[4] = {};
   EXPECT_NO_THROW(port.Write(zero, kUserSetSave, sizeof zero));
 
-  try {
-    CCLPort::ProbeDevice(m_sim.PortID(), m_template);
-    FAIL() << "the probe opened a port in use";
-  } catch (const CLErrException& e) {
-    EXPECT_EQ(e.GetCLErrorCode(), CL_ERR_PORT_IN_USE);
-  }
+  EXPECT_EQ(CodeOf([&] { CCLPort::ProbeDevice(m_sim.PortID(), m_template); }), CL_ERR_PORT_IN_USE);
+  // Another user of the driver starts and closes it; the one discovery loaded (from the folder
+  // in token 0) stays started.
+  const std::string path = m_template.substr(0, m_template.find('#')) + "/" + VorlaE2E::kDriverFile;
+  void* handle = ::dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
+  ASSERT_NE(handle, nullptr) << "the driver is not loaded: " << path;
+  auto initLib = reinterpret_cast<clpInitLib_t>(::dlsym(handle, "clpInitLib"));
+  auto closeLib = reinterpret_cast<clpCloseLib_t>(::dlsym(handle, "clpCloseLib"));
+  ASSERT_TRUE(initLib && closeLib);
+  EXPECT_EQ(initLib(nullptr, CLP_LOG_ERROR), CL_ERR_NO_ERR);
+  EXPECT_EQ(closeLib(), CL_ERR_NO_ERR);
+  ::dlclose(handle);
   // The first user is not disturbed, and the port is free again once it lets go.
   EXPECT_EQ(ReadString(port, Abrm::SerialNumber), "HX0001");
   port.Disconnect();
@@ -150,9 +157,6 @@ TEST_F(SerialPathTest, DescriptionLoadsInEveryFormTheCameraOffers) {
       {}, {"--zip"}, {"--pace", "--zip"}, {"--zip", "--no-sha1"}, {"--baud-rates", "0x13"}};
   for (const auto& args : cameras) {
     SCOPED_TRACE(args.empty() ? "plain" : args[0] + " " + args.back());
-    if (m_sim.IsRunning()) {
-      ASSERT_EQ(m_sim.Stop(), 0);
-    }
     StartCamera(args);
     CCLPort port;
     port.Connect(m_sim.PortID(), m_template);
@@ -183,11 +187,7 @@ TEST_F(SerialPathTest, BaudRateSwitchesAndSwitchesBack) {
   StartCamera();
   CCLPort port;
   port.Connect(m_sim.PortID(), m_template);
-  CLUINT32 mask = 0;
-  ASSERT_EQ(port.SupportedBaudrates(mask), CL_ERR_NO_ERR);
-  EXPECT_EQ(mask, 0xFFu); // every rate of clsertty and of the camera
   ASSERT_EQ(port.GetDeviceBauderate(), static_cast<CLUINT32>(CL_BAUDRATE_9600));
-
   port.SetDeviceBauderate(CL_BAUDRATE_115200);
   EXPECT_EQ(port.GetDeviceBauderate(), static_cast<CLUINT32>(CL_BAUDRATE_115200));
   EXPECT_EQ(CameraBaudBit(port), static_cast<std::uint32_t>(CL_BAUDRATE_115200));
@@ -198,12 +198,8 @@ TEST_F(SerialPathTest, BaudRateSwitchesAndSwitchesBack) {
   EXPECT_EQ(CameraBaudBit(port), static_cast<std::uint32_t>(CL_BAUDRATE_9600));
 
   // A rate outside the camera's set is refused and changes nothing.
-  try {
-    port.SetDeviceBauderate(CL_BAUDRATE_9600 | CL_BAUDRATE_19200);
-    FAIL() << "two rates at once were accepted";
-  } catch (const CLErrException& e) {
-    EXPECT_EQ(e.GetCLErrorCode(), CL_ERR_BAUD_RATE_NOT_SUPPORTED);
-  }
+  EXPECT_EQ(CodeOf([&] { port.SetDeviceBauderate(CL_BAUDRATE_9600 | CL_BAUDRATE_19200); }),
+            CL_ERR_BAUD_RATE_NOT_SUPPORTED);
   EXPECT_EQ(CameraBaudBit(port), static_cast<std::uint32_t>(CL_BAUDRATE_9600));
 
   // So does a write of the camera's baud rate feature, on both ends.
@@ -232,9 +228,6 @@ TEST_F(SerialPathTest, CameraGoneOrSilentWhileConnectedEndsInATimeOut) {
   // The probe of Connect takes four commands (version, bootstrap tail, names, serial registers).
   for (const bool vanish : {false, true}) {
     SCOPED_TRACE(vanish ? "silent" : "gone");
-    if (m_sim.IsRunning()) {
-      ASSERT_EQ(m_sim.Stop(), 0);
-    }
     StartCamera(vanish ? std::vector<std::string>{"--vanish-after-commands", "5"}
                        : std::vector<std::string>{});
     CCLPort port;
@@ -245,12 +238,7 @@ TEST_F(SerialPathTest, CameraGoneOrSilentWhileConnectedEndsInATimeOut) {
     } else {
       ASSERT_EQ(m_sim.Stop(), 0);
     }
-    try {
-      ReadString(port, Abrm::SerialNumber);
-      FAIL() << "a camera that is gone answered";
-    } catch (const CLErrException& e) {
-      EXPECT_EQ(e.GetCLErrorCode(), CL_ERR_TIMEOUT);
-    }
+    EXPECT_EQ(CodeOf([&] { ReadString(port, Abrm::SerialNumber); }), CL_ERR_TIMEOUT);
     port.Disconnect();
     EXPECT_FALSE(port.IsConnected());
   }
@@ -269,23 +257,6 @@ TEST_F(SerialPathTest, LostBrokenAndLateAnswersAreSentAgainAndNeverMistaken) {
     EXPECT_EQ(ReadString(port, Abrm::SerialNumber), "HX0001") << "read " << i;
     EXPECT_EQ(ReadString(port, Abrm::ModelName), "HX1300") << "read " << i;
   }
-}
-
-TEST_F(SerialPathTest, DriverStartedByDiscoveryOutlivesAnotherUsersStartAndClose) {
-  StartCamera();
-  CCLPort port;
-  port.Connect(m_sim.PortID(), m_template);
-  // Token 0 is the folder that holds the driver, and discovery has loaded it from there.
-  const std::string path = m_template.substr(0, m_template.find('#')) + "/" + VorlaE2E::kDriverFile;
-  void* handle = ::dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
-  ASSERT_NE(handle, nullptr) << "the driver is not loaded: " << path;
-  auto initLib = reinterpret_cast<clpInitLib_t>(::dlsym(handle, "clpInitLib"));
-  auto closeLib = reinterpret_cast<clpCloseLib_t>(::dlsym(handle, "clpCloseLib"));
-  ASSERT_TRUE(initLib && closeLib);
-  EXPECT_EQ(initLib(nullptr, CLP_LOG_ERROR), CL_ERR_NO_ERR);
-  EXPECT_EQ(closeLib(), CL_ERR_NO_ERR);
-  ::dlclose(handle);
-  EXPECT_EQ(ReadString(port, Abrm::SerialNumber), "HX0001");
 }
 
 } // namespace

@@ -54,15 +54,11 @@ bool CSimulatorProcess::Start(const std::vector<std::string>& args) {
   }
   // Close-on-exec everywhere: only the dup2'ed copies reach the child, so a second simulator
   // never inherits the first one's stdin and keeps it alive.
-  int in[2], out[2];
-  if (::pipe2(in, O_CLOEXEC) != 0) {
+  int in[2] = {-1, -1}, out[2] = {-1, -1};
+  if (::pipe2(in, O_CLOEXEC) != 0 || ::pipe2(out, O_CLOEXEC) != 0) {
     m_error = std::strerror(errno);
-    return false;
-  }
-  if (::pipe2(out, O_CLOEXEC) != 0) {
-    m_error = std::strerror(errno);
-    ::close(in[0]);
-    ::close(in[1]);
+    CloseFd(in[0]);
+    CloseFd(in[1]);
     return false;
   }
   posix_spawn_file_actions_t actions;

@@ -22,15 +22,9 @@ const char* const kNodes = R"(
   <Integer Name="Streamed"><Streamable>Yes</Streamable><Value>0</Value><Max>5</Max></Integer>
 )";
 
-class Access : public ::testing::Test {
+class Access : public CMapTest {
 protected:
-  void SetUp() override {
-    m_Ref._LoadXMLFromString(Describe(kNodes));
-    m_Ref._Connect(&m_Port);
-  }
-  CIntegerPtr Int(const char* name) { return m_Ref._GetNode(name); }
-  CNodeMapRef m_Ref;
-  CMemoryPort m_Port;
+  void SetUp() override { Load(kNodes); }
 };
 
 TEST_F(Access, ImplementedAvailableLocked) {

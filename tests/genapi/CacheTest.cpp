@@ -13,16 +13,7 @@ std::string Reg(const char* name, const char* cache, const char* extra = "") {
          cache + "</Cachable>" + extra + "</IntReg>";
 }
 
-class Caching : public ::testing::Test {
-protected:
-  void Load(const std::string& nodes) {
-    m_Ref._LoadXMLFromString(Describe(nodes));
-    ASSERT_TRUE(m_Ref._Connect(&m_Port));
-  }
-  CIntegerPtr Int(const char* name) { return m_Ref._GetNode(name); }
-  CNodeMapRef m_Ref;
-  CMemoryPort m_Port;
-};
+using Caching = CMapTest;
 
 // Two reads, a write and two reads again: how often each mode asks the device.
 TEST_F(Caching, EachModeReadsTheDeviceOnlyWhenItMust) {

@@ -25,15 +25,10 @@ struct Recorder {
   std::vector<std::string> events;
 };
 
-class Callbacks : public ::testing::Test {
+class Callbacks : public CMapTest {
 protected:
-  void SetUp() override {
-    m_Ref._LoadXMLFromString(Describe(kNodes));
-    m_Ref._Connect(&m_Port);
-  }
+  void SetUp() override { Load(kNodes); }
   INode* Node(const char* name) { return m_Ref._GetNode(name); }
-  CNodeMapRef m_Ref;
-  CMemoryPort m_Port;
   Recorder m_Recorder;
 };
 
@@ -79,14 +74,16 @@ TEST_F(Callbacks, InsideLockRunsUnderTheMapLockOutsideLockDoesNot) {
 // Outside-lock callbacks fire after the map let its lock go; a registration on another thread
 // meanwhile must not race with the firing (run under tsan).
 TEST_F(Callbacks, RegisteringWhileAnotherThreadFiresOutsideTheLock) {
-  Register(Node("Other"), [](INode*) {}, cbPostOutsideLock);
+  Register(
+      Node("Other"), [](INode*) {}, cbPostOutsideLock);
   std::atomic<bool> stop{false};
   std::thread writer([&] {
     for (int64_t i = 0; !stop; ++i)
       CIntegerPtr(Node("Other"))->SetValue(i & 1);
   });
   for (int i = 0; i < 500; ++i)
-    Deregister(Register(Node("Other"), [](INode*) {}, cbPostOutsideLock));
+    Deregister(Register(
+        Node("Other"), [](INode*) {}, cbPostOutsideLock));
   stop = true;
   writer.join();
 }

@@ -11,7 +11,6 @@
 #include <gmock/gmock.h>
 
 #include <cinttypes>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -20,13 +19,8 @@ using namespace GenApi;
 
 namespace {
 
-class Hostile : public ::testing::Test {
+class Hostile : public CMapTest {
 protected:
-  void Load(const std::string& nodes) {
-    m_Ref._LoadXMLFromString(Describe(nodes));
-    ASSERT_TRUE(m_Ref._Connect(&m_Port));
-  }
-  CIntegerPtr Int(const char* name) { return m_Ref._GetNode(name); }
   //! Runs `access`, which must fail with a GenICam error of type E thrown in node `node`.
   template <class E> std::string Error(const std::function<void()>& access, const char* node) {
     try {
@@ -38,8 +32,6 @@ protected:
     ADD_FAILURE() << "no error from " << node;
     return std::string();
   }
-  CNodeMapRef m_Ref;
-  CMemoryPort m_Port;
 };
 
 bool Has(const std::string& text, const std::string& part) {

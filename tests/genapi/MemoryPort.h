@@ -1,6 +1,9 @@
 #pragma once
-// A register space in memory that counts the accesses made to it.
+// A register space in memory that counts the accesses made to it, and the fixture of the suites
+// that load a description over it.
 #include <GenApi/GenApi.h>
+
+#include <gtest/gtest.h>
 
 #include <cstring>
 #include <map>
@@ -41,3 +44,15 @@ inline std::string Describe(const std::string& nodes, bool withPort = true) {
                      "xmlns=\"http://www.genicam.org/GenApi/Version_1_1\">\n") +
          nodes + (withPort ? "<Port Name=\"Device\"/>\n" : "") + "</RegisterDescription>\n";
 }
+
+//! A description loaded over a CMemoryPort.
+class CMapTest : public ::testing::Test {
+protected:
+  void Load(const std::string& nodes) {
+    m_Ref._LoadXMLFromString(Describe(nodes));
+    ASSERT_TRUE(m_Ref._Connect(&m_Port));
+  }
+  GenApi::CIntegerPtr Int(const char* name) { return m_Ref._GetNode(name); }
+  GenApi::CNodeMapRef m_Ref;
+  CMemoryPort m_Port;
+};

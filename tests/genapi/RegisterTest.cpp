@@ -6,16 +6,7 @@ using namespace GenApi;
 
 namespace {
 
-class Registers : public ::testing::Test {
-protected:
-  void Load(const std::string& nodes) {
-    m_Ref._LoadXMLFromString(Describe(nodes));
-    ASSERT_TRUE(m_Ref._Connect(&m_Port));
-  }
-  CIntegerPtr Int(const char* name) { return m_Ref._GetNode(name); }
-  CNodeMapRef m_Ref;
-  CMemoryPort m_Port;
-};
+using Registers = CMapTest;
 
 const char* const kReg = R"(
   <IntReg Name="%s"><Address>0x100</Address><Length>%s</Length><AccessMode>RW</AccessMode>
