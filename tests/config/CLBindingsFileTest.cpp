@@ -139,11 +139,6 @@ TEST_F(CLBindingsFile, EnabledAcceptsYesTrueOneInAnyCase) {
     EXPECT_EQ(m_table[i].Enabled, cases[i].second) << "'" << cases[i].first << "'";
 }
 
-TEST_F(CLBindingsFile, NullPathReturnsZeroWithoutLogging) {
-  EXPECT_EQ(CCLBindingsFile::ParseCLBindingsFile(nullptr, m_table), 0u);
-  EXPECT_TRUE(m_log.Entries().empty());
-}
-
 // A file that cannot be read is logged, not thrown; a file that is no XML document is thrown,
 // and no entry is taken before the whole document has been parsed.
 TEST_F(CLBindingsFile, UnreadableFilesAreLoggedAndMalformedOnesThrown) {
