@@ -29,13 +29,7 @@ protected:
   }
   // The description of the runtime exception that parsing `text` raises.
   std::string ParseError(const std::string& text) {
-    try {
-      Parse(text);
-    } catch (const GenICam::RuntimeException& e) {
-      return e.GetDescription();
-    }
-    ADD_FAILURE() << "no RuntimeException";
-    return {};
+    return testsupport::Thrown<GenICam::RuntimeException>([&] { Parse(text); });
   }
   size_t ErrorLines() const {
     size_t count = 0;
