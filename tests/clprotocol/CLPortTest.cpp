@@ -1,11 +1,12 @@
 // CCLPort against the fake serial library and the fake CLProtocol driver of this folder.
+#include "TestSupport.h"
+
 #include <CLProtocol/CLPort.h>
 #include <GenApi/Log.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <functional>
@@ -13,7 +14,6 @@
 #include <vector>
 
 #include <dlfcn.h>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 using CLProtocol::CCLPort;
@@ -37,13 +37,19 @@ template <class F> F Control(void* handle, const char* name) {
   return reinterpret_cast<F>(p);
 }
 
-CLINT32 CodeOf(const std::function<void()>& f) {
+//! "<code>: <text>" of the CLErrException that `f` throws.
+std::string Caught(const std::function<void()>& f) {
   try {
     f();
   } catch (const CLErrException& e) {
-    return e.GetCLErrorCode();
+    return std::to_string(e.GetCLErrorCode()) + ": " + e.GetDescription();
   }
-  return CL_ERR_NO_ERR;
+  return "(nothing thrown)";
+}
+
+CLINT32 CodeOf(const std::function<void()>& f) {
+  const std::string caught = Caught(f);
+  return caught[0] == '(' ? CL_ERR_NO_ERR : std::stoi(caught);
 }
 
 class CLPortTest : public ::testing::Test {
@@ -56,29 +62,18 @@ protected:
   }
 
   void SetUp() override {
-    m_tmp = fs::temp_directory_path() /
-            ("clport-" + std::to_string(::getpid()) + "-" +
-             ::testing::UnitTest::GetInstance()->current_test_info()->name());
     fs::create_directories(m_tmp / "root");
-    // Nothing installed: only what the test points at is found.
-    ::setenv("VORLA_ROOT", (m_tmp / "root").c_str(), 1);
-    ::setenv("CLSERIALPATH", kSerialDir.c_str(), 1);
-    ::setenv("GENICAM_CLPROTOCOL", kDriverRoot.c_str(), 1);
+    m_root.Set((m_tmp / "root").string()); // nothing installed: only what the test names is found
     Control<void (*)()>(s_driver, "fakeDriverReset")();
     Control<void (*)(CLUINT32)>(s_serial, "fakeSerialSetSupported")(0xFF);
   }
 
-  void TearDown() override {
-    ::unsetenv("VORLA_ROOT");
-    ::unsetenv("CLSERIALPATH");
-    ::unsetenv("GENICAM_CLPROTOCOL");
-    std::error_code ec;
-    fs::remove_all(m_tmp, ec);
-  }
-
   static void* s_driver;
   static void* s_serial;
-  fs::path m_tmp;
+  const testsupport::CTempFolder m_folder;
+  const fs::path m_tmp = m_folder.Path();
+  const testsupport::CEnvGuard m_root{"VORLA_ROOT"}, m_serial{"CLSERIALPATH", kSerialDir.c_str()},
+      m_driver{"GENICAM_CLPROTOCOL", kDriverRoot.c_str()};
 };
 
 void* CLPortTest::s_driver = nullptr;
@@ -91,12 +86,12 @@ TEST_F(CLPortTest, PortIDsNameManufacturerAndPortOfEveryLibraryOnce) {
   fs::create_symlink(kSerialDir + "/clserfak.so", m_tmp / "more" / "clserxyz.so");
   fs::create_symlink(kSerialDir + "/clserfak.so", m_tmp / "more" / "clserabcd.so");
   fs::create_symlink(kSerialDir + "/clserfak.so", m_tmp / "more" / "libclserabc.so");
-  ::setenv("CLSERIALPATH", (kSerialDir + ":" + (m_tmp / "more").string()).c_str(), 1);
+  m_serial.Set(kSerialDir + ":" + (m_tmp / "more").string());
   GenICam::gcstring_vector ids;
   CCLPort::GetPortIDs(ids);
   EXPECT_THAT(ids, ElementsAre("Fake#echo", "Fake#dead", "Fake#busy"));
 
-  ::unsetenv("CLSERIALPATH");
+  m_serial.Unset();
   CCLPort::GetPortIDs(ids);
   EXPECT_TRUE(ids.empty());
 }
@@ -142,7 +137,7 @@ TEST_F(CLPortTest, DriverFoldersAreListedLikeTheReferenceModuleDoes) {
   const GenApi::LogFunction previous = GenApi::SetLogFunction(&CaptureWarning);
   for (const auto& row : rows) {
     g_warnings.clear();
-    ::setenv("GENICAM_CLPROTOCOL", row.list.c_str(), 1);
+    m_driver.Set(row.list);
     GenICam::gcstring_vector templates;
     EXPECT_NO_THROW(CCLPort::GetDeviceIDTemplates(templates)) << row.list;
     EXPECT_EQ(std::vector<std::string>(templates.begin(), templates.end()), row.templates)
@@ -176,20 +171,10 @@ TEST_F(CLPortTest, ProbeWithoutCameraIsEmptyAndSilentLineIsTimeout) {
 
 TEST_F(CLPortTest, ProbeErrorsCarryCodeAndBestText) {
   Control<void (*)(CLINT32)>(s_driver, "fakeDriverSetProbeStatus")(-30209);
-  try {
-    CCLPort::ProbeDevice("Fake#echo", kTemplate);
-    FAIL() << "no exception";
-  } catch (const CLErrException& e) {
-    EXPECT_EQ(e.GetCLErrorCode(), -30209);
-    EXPECT_STREQ(e.GetDescription(), "Fake camera went away"); // the driver's own text
-  }
-  try {
-    CCLPort::ProbeDevice("Fake#busy", kTemplate);
-    FAIL() << "no exception";
-  } catch (const CLErrException& e) {
-    EXPECT_EQ(e.GetCLErrorCode(), CL_ERR_PORT_IN_USE);
-    EXPECT_STREQ(e.GetDescription(), "Fake port is busy"); // the serial library's text
-  }
+  EXPECT_EQ(Caught([] { CCLPort::ProbeDevice("Fake#echo", kTemplate); }),
+            "-30209: Fake camera went away"); // the driver's own text
+  EXPECT_EQ(Caught([] { CCLPort::ProbeDevice("Fake#busy", kTemplate); }),
+            std::to_string(CL_ERR_PORT_IN_USE) + ": Fake port is busy"); // the serial library's
   EXPECT_EQ(CodeOf([] { CCLPort::ProbeDevice("Fake#nosuchport", kTemplate); }),
             CL_ERR_INVALID_INDEX);
   EXPECT_EQ(CodeOf([] { CCLPort::ProbeDevice("Fake#echo", "garbage"); }), CL_ERR_INVALID_DEVICEID);
@@ -281,20 +266,9 @@ TEST_F(CLPortTest, RegisterErrorsCarryCodeAndText) {
   CCLPort port;
   port.Connect("Fake#echo", kFullID);
   unsigned char b[2] = {};
-  try {
-    port.Write(b, 0xDEAD, 2);
-    FAIL() << "no exception";
-  } catch (const CLErrException& e) {
-    EXPECT_EQ(e.GetCLErrorCode(), -30209);
-    EXPECT_STREQ(e.GetDescription(), "Fake camera went away");
-  }
-  try {
-    port.Read(b, 0xBEEF, 2);
-    FAIL() << "no exception";
-  } catch (const CLErrException& e) {
-    EXPECT_EQ(e.GetCLErrorCode(), CL_ERR_TIMEOUT);
-    EXPECT_STREQ(e.GetDescription(), "Timeout"); // nobody has a better text: the standard one
-  }
+  EXPECT_EQ(Caught([&] { port.Write(b, 0xDEAD, 2); }), "-30209: Fake camera went away");
+  // Nobody has a better text: the standard one.
+  EXPECT_EQ(Caught([&] { port.Read(b, 0xBEEF, 2); }), std::to_string(CL_ERR_TIMEOUT) + ": Timeout");
   EXPECT_THROW(port.Read(nullptr, 0, 2), GenICam::InvalidArgumentException);
 }
 

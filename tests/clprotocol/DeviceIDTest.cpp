@@ -1,9 +1,9 @@
+#include "TestSupport.h"
+
 #include <CLProtocol/CLException.h>
 #include <CLProtocol/DeviceID.h>
 
 #include <gtest/gtest.h>
-
-#include <cstdlib>
 
 using CLProtocol::CDeviceID;
 
@@ -54,14 +54,13 @@ TEST(DeviceID, ParsesLikeTheReferenceModuleAndRefusesMalformedText) {
 }
 
 TEST(DeviceID, DirectoryExpandsEnvironmentOnlyWhenAsked) {
-  ::setenv("VORLA_TEST_DRVDIR", "/srv/clp", 1);
+  const testsupport::CEnvGuard folder("VORLA_TEST_DRVDIR", "/srv/clp");
   CDeviceID id;
   ASSERT_TRUE(id.FromString("$(VORLA_TEST_DRVDIR)/Linux64_x64#libX.so#Hexmar"));
   EXPECT_EQ(id.GetDriverDirectory(), "/srv/clp/Linux64_x64");
   EXPECT_EQ(id.GetDriverDirectory(false), "$(VORLA_TEST_DRVDIR)/Linux64_x64");
   EXPECT_EQ(id.GetDriverPath(), "/srv/clp/Linux64_x64/libX.so");
   EXPECT_EQ(id.GetDriverPath(false), "$(VORLA_TEST_DRVDIR)/Linux64_x64/libX.so");
-  ::unsetenv("VORLA_TEST_DRVDIR");
 }
 
 TEST(CLErrException, CarriesCodeTypeAndPlace) {

@@ -18,34 +18,8 @@ namespace ConfigTest {
 
 namespace fs = std::filesystem;
 
+using testsupport::CEnvGuard;
 using testsupport::CTempFolder;
-
-//! Restores an environment variable (or its absence) on destruction.
-class CEnvGuard {
-public:
-  explicit CEnvGuard(const char* name) : m_name(name) {
-    const char* value = std::getenv(name);
-    m_wasSet = value != nullptr;
-    if (value)
-      m_value = value;
-  }
-  ~CEnvGuard() {
-    if (m_wasSet)
-      setenv(m_name.c_str(), m_value.c_str(), 1);
-    else
-      unsetenv(m_name.c_str());
-  }
-  CEnvGuard(const CEnvGuard&) = delete;
-  CEnvGuard& operator=(const CEnvGuard&) = delete;
-
-  void Set(const std::string& value) const { setenv(m_name.c_str(), value.c_str(), 1); }
-  void Unset() const { unsetenv(m_name.c_str()); }
-
-private:
-  std::string m_name;
-  std::string m_value;
-  bool m_wasSet = false;
-};
 
 //! Changes the working directory and changes it back on destruction.
 class CWorkingDirectoryGuard {

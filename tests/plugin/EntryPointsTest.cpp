@@ -71,17 +71,6 @@ TEST(EntryPoints, DestroyIgnoresNullAndForeignPointers) {
   Destroy(mine);
 }
 
-TEST(EntryPoints, TransportLayerInformationIsOneObject) {
-  CTlInfo& info = GetTLInfo();
-  EXPECT_EQ(&GetTLInfo(), &info);
-  EXPECT_EQ(info.GetDeviceClass(), "HexmarCameraLink");
-  EXPECT_EQ(info.GetFullName(), "Camera Link/HexmarCameraLink 2.3.5.2633");
-  EXPECT_EQ(info.GetVendorName(), "Camera Link");
-  EXPECT_EQ(info.GetFriendlyName(), "Camera Link");
-  gcstring_vector names;
-  EXPECT_EQ(info.GetPropertyNames(names), 4u); // no model name, no version of its own
-}
-
 TEST(EntryPoints, LibraryEntryPointReportsSuccessForEveryReason) {
   testing::internal::CaptureStderr();
   EXPECT_EQ(DllMain(nullptr, 7, nullptr), 1);

@@ -6,7 +6,7 @@
 #include <VorlaBase/Logging.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <memory>
 
 using namespace Vorla;
 using testsupport::Thrown;
@@ -51,18 +51,16 @@ TEST(TransportLayer, EnvironmentRestrictionIsReadAtConstructionAndCaseSensitive)
   };
   for (const Case c : {Case{nullptr, true}, Case{"", true}, Case{"HexmarCameraLink", true},
                        Case{"hexmarcameralink", false}, Case{"SomeOtherClass", false}}) {
-    if (c.value)
-      ::setenv("VORLA_USE_TL", c.value, 1);
-    else
-      ::unsetenv("VORLA_USE_TL");
-    CVorlaCLSerTl tl;
-    ::unsetenv("VORLA_USE_TL");
-    EXPECT_EQ(tl.IsAllowedByEnvironment(), c.allowed) << (c.value ? c.value : "(unset)");
+    auto tl = [&] { // the variable is read at construction only
+      testsupport::CEnvGuard restriction("VORLA_USE_TL", c.value);
+      return std::make_unique<CVorlaCLSerTl>();
+    }();
+    EXPECT_EQ(tl->IsAllowedByEnvironment(), c.allowed) << (c.value ? c.value : "(unset)");
     DeviceInfoList list{Record(nullptr, "kept?")};
     if (!c.allowed) {
-      EXPECT_EQ(tl.EnumerateDevices(list, false), 0);
+      EXPECT_EQ(tl->EnumerateDevices(list, false), 0);
       EXPECT_TRUE(list.empty());
-      EXPECT_EQ(Thrown([&] { tl.CreateDevice(Record("HexmarCameraLink", "kept?")); }),
+      EXPECT_EQ(Thrown([&] { tl->CreateDevice(Record("HexmarCameraLink", "kept?")); }),
                 "Device creation failed. Transport layer is restricted by the environment");
     }
   }

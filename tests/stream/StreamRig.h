@@ -31,14 +31,14 @@ inline std::string TestRoot(const std::string& name) {
 //! an empty name is the build tree itself, with the real Dravik and Melsor plug-ins.
 class CPluginRoot {
 public:
-  explicit CPluginRoot(const std::string& name = "fgroot") {
-    ::setenv("VORLA_ROOT", name.empty() ? testsupport::BuildDir().c_str() : TestRoot(name).c_str(),
-             1);
-  }
-  ~CPluginRoot() { ::unsetenv("VORLA_ROOT"); }
+  explicit CPluginRoot(const std::string& name = "fgroot")
+      : m_root("VORLA_ROOT", (name.empty() ? testsupport::BuildDir() : TestRoot(name)).c_str()) {}
   static std::string Plugin(const char* family) {
     return TestRoot("fgroot") + "/lib/vorla/fg/" + family + "_MD_VC80.so";
   }
+
+private:
+  testsupport::CEnvGuard m_root;
 };
 
 //! The control of the test plug-in's live object, found in the library the grabber loaded.

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace testsupport {
@@ -29,5 +30,25 @@ std::string Thrown(const std::function<void()>& call) {
   }
   return "(nothing thrown)";
 }
+
+//! Sets an environment variable (null: removes it) and restores its earlier state on destruction.
+class CEnvGuard {
+public:
+  explicit CEnvGuard(const char* name) : m_name(name) {
+    if (const char* value = std::getenv(name))
+      m_previous = value;
+  }
+  CEnvGuard(const char* name, const char* value) : CEnvGuard(name) { value ? Set(value) : Unset(); }
+  ~CEnvGuard() { m_previous ? Set(*m_previous) : Unset(); }
+  CEnvGuard(const CEnvGuard&) = delete;
+  CEnvGuard& operator=(const CEnvGuard&) = delete;
+
+  void Set(const std::string& value) const { setenv(m_name.c_str(), value.c_str(), 1); }
+  void Unset() const { unsetenv(m_name.c_str()); }
+
+private:
+  std::string m_name;
+  std::optional<std::string> m_previous;
+};
 
 } // namespace testsupport

@@ -10,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -47,7 +46,8 @@ protected:
 } // namespace
 
 TEST_F(ConfigFileRegistry, TheOverrideThenTheFirstMatchingEntryThenADownloadDecide) {
-  ::setenv("VORLA_TEST_XML_DIR", "/opt/xml", 1);
+  const testsupport::CEnvGuard folder("VORLA_TEST_XML_DIR", "/opt/xml"),
+      unset("VORLA_TEST_UNSET_VARIABLE", nullptr);
   Write(R"(<Binding SerialNumber="SN7"><Download/><MergeFile>extra.xml</MergeFile></Binding>
   <Binding VendorName="Hexmar" ModelName="HX1300"><XmlFile>$(VORLA_TEST_XML_DIR)/hx.xml</XmlFile></Binding>
   <Binding ModelName="HX1300"><XmlFile>/any/hx.xml</XmlFile></Binding>
@@ -90,7 +90,6 @@ TEST_F(ConfigFileRegistry, TheOverrideThenTheFirstMatchingEntryThenADownloadDeci
 
   Write(R"(<Binding><XmlFile>$(VORLA_TEST_UNSET_VARIABLE)/x.xml</XmlFile></Binding>
 )"); // a catch-all entry, re-read because the file changed
-  ::unsetenv("VORLA_TEST_UNSET_VARIABLE");
   EXPECT_EQ(ErrorOf({{"SerialNumber", "SN7"}}),
             "The path '$(VORLA_TEST_UNSET_VARIABLE)/x.xml' of " + f +
                 "2 uses an environment variable that is not set");

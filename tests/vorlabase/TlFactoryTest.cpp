@@ -1,26 +1,18 @@
+#include "TestSupport.h"
+
 #include <VorlaBase/TlFactory.h>
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 using namespace Vorla;
 
 namespace {
-// Restores VORLA_USE_TL after a test.
-struct UseTl {
-  explicit UseTl(const char* value) {
-    if (value)
-      ::setenv("VORLA_USE_TL", value, 1);
-    else
-      ::unsetenv("VORLA_USE_TL");
-  }
-  ~UseTl() { ::unsetenv("VORLA_USE_TL"); }
-};
+using UseTl = testsupport::CEnvGuard;
+const char* const Var = "VORLA_USE_TL";
 } // namespace
 
 TEST(TlFactory, FindsTheCameraLinkPluginInTheBuildTree) {
-  UseTl unset(nullptr);
+  UseTl unset(Var, nullptr);
   TlInfoList tls;
   CTlFactory::GetInstance().EnumerateTls(tls);
   ASSERT_EQ(tls.size(), 1u) << CTlFactory::GetInstance().GetPluginFolder();
@@ -30,18 +22,18 @@ TEST(TlFactory, FindsTheCameraLinkPluginInTheBuildTree) {
 
 TEST(TlFactory, HonoursTheEnvironmentRestriction) {
   {
-    UseTl other("SomeOtherClass");
+    UseTl other(Var, "SomeOtherClass");
     TlInfoList tls;
     EXPECT_EQ(CTlFactory::GetInstance().EnumerateTls(tls), 0);
     EXPECT_EQ(CTlFactory::GetInstance().CreateTl("HexmarCameraLink"), nullptr);
   }
-  UseTl same("HexmarCameraLink");
+  UseTl same(Var, "HexmarCameraLink");
   TlInfoList tls;
   EXPECT_EQ(CTlFactory::GetInstance().EnumerateTls(tls), 1);
 }
 
 TEST(TlFactory, CountsReferencesUntilTheLastReleaseDestroys) {
-  UseTl unset(nullptr);
+  UseTl unset(Var, nullptr);
   CTlFactory& factory = CTlFactory::GetInstance();
   EXPECT_EQ(factory.CreateTl("NoSuchClass"), nullptr);
   ITransportLayer* first = factory.CreateTl("HexmarCameraLink");

@@ -10,17 +10,12 @@ namespace {
 
 const CLUINT32 kCookie = 7;
 std::string g_templates = "Fake\tFake#Cam";
-std::string g_answer = "Fake#Cam#Model1#V1#SN42";
-std::string g_xmlIDs = "SchemaVersion.1.0@Fake@XMLVersion.1.0.0\t"
-                       "SchemaVersion.1.1@Fake#Cam@XMLVersion.1.5.0\t"
-                       "SchemaVersion.1.1@Fake#Cam@XMLVersion.2.0.0\t"
-                       "SchemaVersion.1.1@Other@XMLVersion.9.0.0";
-CLINT32 g_probeStatus = CL_ERR_NO_ERR;
-int g_pendingWrites = 0;
-int g_continuations = 0;
-bool g_cancelled = false;
-CLUINT32 g_cameraBauds = 0x1F;
-CLUINT32 g_baud = CL_BAUDRATE_9600;
+// Reset by fakeDriverReset before each test.
+std::string g_answer, g_xmlIDs;
+CLINT32 g_probeStatus;
+int g_pendingWrites, g_continuations;
+bool g_cancelled;
+CLUINT32 g_cameraBauds, g_baud;
 int g_initCalls = 0;
 int g_connections = 0;
 std::string g_lastProbeQuery;
