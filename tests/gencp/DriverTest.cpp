@@ -268,57 +268,46 @@ TEST_F(GenCPRegisters, InvalidArgumentsAreRefusedWithoutTraffic) {
 
 using GenCPFaults = GenCPDriverFixture;
 
-TEST_F(GenCPFaults, DroppedAcknowledgeIsResentFromTheCameraCache) {
-  Connect();
-  camsim::SFaultPlan faults;
-  faults.m_DropNext = 1;
-  m_Camera->InjectFaults(faults);
-  const auto before = m_Camera->Statistics();
-  ASSERT_EQ(Write32(WidthReg, 800), CL_ERR_NO_ERR);
-  const auto after = m_Camera->Statistics();
-  EXPECT_EQ(after.m_CachedResends - before.m_CachedResends, 1u);
-  EXPECT_EQ(m_Camera->DeviceRegister(0x00), 800u);
-}
-
-TEST_F(GenCPFaults, CorruptAcknowledgeIsRecovered) {
-  Connect();
-  camsim::SFaultPlan faults;
-  faults.m_CorruptNext = 2;
-  m_Camera->InjectFaults(faults);
-  std::uint32_t version = 0;
-  ASSERT_EQ(Read32(0, version), CL_ERR_NO_ERR);
-  EXPECT_EQ(version, 0x00010003u);
-}
-
-TEST_F(GenCPFaults, PersistentSilenceEndsInTimeoutAfterThreeResends) {
-  Connect();
-  camsim::SFaultPlan faults;
-  faults.m_DropEvery = 1;
-  m_Camera->InjectFaults(faults);
-  const auto before = m_Camera->Statistics().m_Commands;
-  std::uint32_t v = 0;
-  EXPECT_EQ(Read32(0, v), CL_ERR_TIMEOUT);
-  EXPECT_EQ(m_Camera->Statistics().m_Commands - before, 4u);
-}
-
-TEST_F(GenCPFaults, PersistentCorruptionEndsInCorruptAnswer) {
-  Connect();
-  camsim::SFaultPlan faults;
-  faults.m_CorruptEvery = 1;
-  m_Camera->InjectFaults(faults);
-  std::uint32_t v = 0;
-  EXPECT_EQ(Read32(0, v), GenCPDriver::ErrCorruptAnswer);
-}
-
-TEST_F(GenCPFaults, VanishedCameraGivesTimeouts) {
-  Connect();
-  camsim::SFaultPlan faults;
-  faults.m_VanishAfterCommands = 1;
-  m_Camera->InjectFaults(faults);
-  std::uint32_t v = 0;
-  EXPECT_EQ(Read32(0, v), CL_ERR_NO_ERR);
-  EXPECT_EQ(Read32(0, v), CL_ERR_TIMEOUT);
-  EXPECT_TRUE(m_Camera->Vanished());
+// Each plan spoils the line from the next command on; a write of the width follows, then a read of
+// the GenCP version. Resends come from the camera's answer cache, so the write runs only once
+// (a vanished camera counts no commands).
+TEST_F(GenCPFaults, LineFaultsAreResentOrEndInTheirCode) {
+  const struct {
+    const char* m_Name;
+    void (*m_Spoil)(camsim::SFaultPlan&);
+    CLINT32 m_Write, m_Read;
+    std::uint64_t m_Commands, m_CachedResends;
+  } cases[] = {
+      {"one dropped acknowledge", [](camsim::SFaultPlan& p) { p.m_DropNext = 1; }, CL_ERR_NO_ERR,
+       CL_ERR_NO_ERR, 3, 1},
+      {"two corrupt acknowledges", [](camsim::SFaultPlan& p) { p.m_CorruptNext = 2; },
+       CL_ERR_NO_ERR, CL_ERR_NO_ERR, 4, 2},
+      {"persistent silence", [](camsim::SFaultPlan& p) { p.m_DropEvery = 1; }, CL_ERR_TIMEOUT,
+       CL_ERR_TIMEOUT, 8, 6},
+      {"persistent corruption", [](camsim::SFaultPlan& p) { p.m_CorruptEvery = 1; },
+       GenCPDriver::ErrCorruptAnswer, GenCPDriver::ErrCorruptAnswer, 8, 6},
+      {"a camera vanishing after one command",
+       [](camsim::SFaultPlan& p) { p.m_VanishAfterCommands = 1; }, CL_ERR_NO_ERR, CL_ERR_TIMEOUT, 2,
+       0},
+  };
+  for (size_t i = 0; i < std::size(cases); ++i) {
+    camsim::SFaultPlan plan;
+    cases[i].m_Spoil(plan);
+    Connect();
+    m_Camera->InjectFaults(plan);
+    const auto before = m_Camera->Statistics();
+    std::uint32_t version = 0;
+    EXPECT_EQ(Write32(WidthReg, 800), cases[i].m_Write) << cases[i].m_Name;
+    EXPECT_EQ(Read32(0, version), cases[i].m_Read) << cases[i].m_Name;
+    const auto after = m_Camera->Statistics();
+    EXPECT_EQ(after.m_Commands - before.m_Commands, cases[i].m_Commands) << cases[i].m_Name;
+    EXPECT_EQ(after.m_CachedResends - before.m_CachedResends, cases[i].m_CachedResends)
+        << cases[i].m_Name;
+    EXPECT_EQ(m_Camera->DeviceRegister(0x00), 800u) << cases[i].m_Name;
+    EXPECT_EQ(version, cases[i].m_Read ? 0u : 0x00010003u) << cases[i].m_Name;
+    EXPECT_EQ(m_Camera->Vanished(), i == 4) << cases[i].m_Name;
+    TearDown();
+  }
 }
 
 TEST_F(GenCPFaults, SlowCommandIsCoveredByPendingAcknowledges) {
