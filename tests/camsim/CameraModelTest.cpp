@@ -206,22 +206,11 @@ TEST_F(CameraModel, HeartbeatExpiryRestoresDefaultRate) {
   EXPECT_EQ(GenCP::GetBE32(d.data()), 0u);
 }
 
-TEST_F(CameraModel, VanishAfterTimeSilencesTheCamera) {
-  camsim::SCameraOptions options;
-  options.m_Faults.m_VanishAfter = milliseconds(1000);
-  CCameraModel camera(options);
-  EXPECT_FALSE(camera.Vanished());
-  camera.AdvanceTime(milliseconds(1000));
-  EXPECT_TRUE(camera.Vanished());
-  const Bytes p = CPacket::ReadMem(0, 0, 4).Encode();
-  camera.Write(p.data(), p.size());
-  std::uint8_t h[16];
-  EXPECT_FALSE(camera.ReadExact(h, 16, milliseconds(50)));
-}
-
-TEST_F(CameraModel, PacedAnswersKeepTheirBytes) {
+// A paced answer keeps its bytes; a camera told to vanish after a time goes silent then.
+TEST_F(CameraModel, PacedAnswersKeepTheirBytesAndVanishAfterTimeSilences) {
   camsim::SCameraOptions options;
   options.m_Pace = true;
+  options.m_Faults.m_VanishAfter = milliseconds(1000);
   CCameraModel camera(options);
   const Bytes p = CPacket::ReadMem(0, 0, 4).Encode();
   camera.Write(p.data(), p.size());
@@ -229,4 +218,9 @@ TEST_F(CameraModel, PacedAnswersKeepTheirBytes) {
   ASSERT_TRUE(camera.ReadExact(h, 20, milliseconds(500)));
   EXPECT_EQ(GenCP::GetBE32(h + 16), 0x00010003u);
   EXPECT_EQ(camera.Statistics().m_BytesOut, 20u);
+  EXPECT_FALSE(camera.Vanished());
+  camera.AdvanceTime(milliseconds(1000));
+  EXPECT_TRUE(camera.Vanished());
+  camera.Write(p.data(), p.size());
+  EXPECT_FALSE(camera.ReadExact(h, 16, milliseconds(50)));
 }
