@@ -55,7 +55,7 @@ constexpr std::uint64_t Dev = CCameraModel::DeviceBase;
 
 } // namespace
 
-TEST_F(CameraModel, BootstrapRegistersFollowTheStandardLayout) {
+TEST_F(CameraModel, BootstrapRegistersFollowTheStandardLayoutAndBadCommandsGetTheirStatus) {
   Bytes d;
   ASSERT_EQ(Read(0, GenCP::Abrm::GenCPVersion, 4, d), GenCP::StatusSuccess);
   EXPECT_EQ(GenCP::GetBE32(d.data()), 0x00010003u);
@@ -67,9 +67,7 @@ TEST_F(CameraModel, BootstrapRegistersFollowTheStandardLayout) {
   EXPECT_EQ(GenCP::GetBE32(d.data()), 0xFFu);
   EXPECT_EQ(GenCP::GetBE32(d.data() + 4), 0x01u);
   EXPECT_EQ(Read(4, GenCP::Abrm::Timestamp, 8, d), GenCP::StatusInvalidAddress);
-}
-
-TEST_F(CameraModel, InvalidCommandsGetTheirStatus) {
+  // Invalid commands get their status.
   EXPECT_EQ(Write32(0, Dev, 64), GenCP::StatusInvalidParameter); // a write needs a request id
   CPacket custom;
   custom.m_FlagsOrStatus = GenCP::FlagRequestAck;

@@ -2,6 +2,7 @@
 // A camera model wired to the driver's C entry points through an in-process serial line.
 #include <camsim/CameraModel.h>
 #include <camsim/LoopbackSerial.h>
+#include <gencp/ByteOrder.h>
 #include <gencp/CLProtocolGenCP.h>
 
 #include <gtest/gtest.h>
@@ -44,8 +45,7 @@ protected:
   CLINT32 Read32(std::uint64_t address, std::uint32_t& value) {
     std::vector<std::uint8_t> b(4);
     const CLINT32 rc = Read(address, b);
-    value = (std::uint32_t(b[0]) << 24) | (std::uint32_t(b[1]) << 16) | (std::uint32_t(b[2]) << 8) |
-            b[3];
+    value = GenCP::GetBE32(b.data());
     return rc;
   }
   CLINT32 Write32(std::uint64_t address, std::uint32_t value, CLUINT32 timeout = Timeout) {

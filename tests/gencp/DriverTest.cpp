@@ -145,14 +145,6 @@ TEST_F(GenCPHostSequences, AsTheReferenceModuleCallsThem) {
   }
 }
 
-TEST_F(GenCPProbe, EmptyPortTimesOutAfterOneCommand) {
-  m_Serial = std::make_unique<camsim::CLoopbackSerial>(nullptr);
-  std::string id;
-  CLUINT32 cookie = 0;
-  EXPECT_EQ(Probe("Hexmar", id, cookie), CL_ERR_TIMEOUT);
-  EXPECT_EQ(m_Serial->BytesWritten(), 28u); // one ReadMem, no resend
-}
-
 // A host's connect right after its enumeration: the probe read the bootstrap, the connect reads
 // back only the serial number and serves the connection from what the probe found.
 TEST_F(GenCPProbe, ConnectAfterTheProbeReadsOnlyTheSerialNumber) {
@@ -199,11 +191,16 @@ private:
   std::uint32_t m_Seed = 7;
 };
 
-TEST(GenCPProbeNoise, NoiseEndsWithNoGenCPDeviceAfterResends) {
+// An empty port times out after one command; noise ends as no GenCP device after resends.
+TEST_F(GenCPProbe, EmptyPortTimesOutAndNoiseIsNoGenCPDevice) {
+  m_Serial = std::make_unique<camsim::CLoopbackSerial>(nullptr);
+  std::string id;
+  CLUINT32 cookie = 0;
+  EXPECT_EQ(Probe("Hexmar", id, cookie), CL_ERR_TIMEOUT);
+  EXPECT_EQ(m_Serial->BytesWritten(), 28u); // one ReadMem, no resend
   CNoisySerial serial;
   char buffer[128];
   CLUINT32 size = sizeof buffer;
-  CLUINT32 cookie = 0;
   EXPECT_EQ(clpProbeDevice(&serial, "Hexmar", buffer, &size, &cookie, 50),
             GenCPDriver::ErrNoGenCPDevice);
   EXPECT_EQ(serial.m_Writes, 4u); // first try and three resends
@@ -319,7 +316,7 @@ TEST_F(GenCPFaults, SlowWritesArePendingAndContinued) {
 
 using GenCPXml = GenCPDriverFixture;
 
-TEST_F(GenCPXml, PlainDescriptionFromTheManifest) {
+TEST_F(GenCPXml, DescriptionFromTheManifestAndDamagedZips) {
   Connect();
   std::string ids;
   ASSERT_EQ(XmlIds(ids), CL_ERR_NO_ERR);
@@ -329,9 +326,8 @@ TEST_F(GenCPXml, PlainDescriptionFromTheManifest) {
   EXPECT_EQ(xml, camsim::CameraXml());
   EXPECT_EQ(Xml("SchemaVersion.1.1@Hexmar#Other@XMLVersion.1.0.0", xml),
             CL_ERR_NO_XMLDESCRIPTION_FOUND);
-}
-
-TEST_F(GenCPXml, DamagedZipFailsItsChecksumOrElseItsUnpacking) {
+  TearDown();
+  // A damaged zip fails its checksum or else its unpacking.
   for (const bool sha1 : {true, false}) {
     SCameraOptions options;
     options.m_Zip = options.m_CorruptXmlFile = true;

@@ -11,7 +11,7 @@
 using GenCP::CPacket;
 using Bytes = std::vector<std::uint8_t>;
 
-TEST(GenCPWire, PacketsMatchReferenceVectors) {
+TEST(GenCPWire, PacketsAndChecksumsMatchReferenceVectors) {
   const std::pair<CPacket, Bytes> cases[] = {
       {CPacket::ReadMem(1, 0x0, 4),
        {0x01, 0x00, 0xB7, 0xF2, 0xB7, 0xEE, 0x00, 0x00, 0x40, 0x00, 0x08, 0x00, 0x00, 0x0C,
@@ -30,12 +30,9 @@ TEST(GenCPWire, PacketsMatchReferenceVectors) {
   };
   for (size_t i = 0; i < std::size(cases); ++i)
     EXPECT_EQ(cases[i].first.Encode(), cases[i].second) << "packet " << i;
-}
-
-TEST(GenCPWire, ChecksumFoldsCarriesAndPadsOddLength) {
-  const std::uint8_t carry[] = {0xFF, 0xFF, 0x00, 0x01};
+  // The checksum folds its carries and pads an odd length.
+  const std::uint8_t carry[] = {0xFF, 0xFF, 0x00, 0x01}, odd[] = {0x12};
   EXPECT_EQ(GenCP::Checksum(carry, 4), 0xFFFE); // 0xFFFF + 1 folds to 0x0001
-  const std::uint8_t odd[] = {0x12};
   EXPECT_EQ(GenCP::Checksum(odd, 1), static_cast<std::uint16_t>(~0x1200));
 }
 
