@@ -29,10 +29,6 @@ void CLPROTOCOL Collect(CLINT32 level, const char* format, va_list args) {
     g_Warnings.push_back(line);
 }
 
-std::vector<std::uint8_t> Bytes(const std::string& text) {
-  return {text.begin(), text.end()};
-}
-
 class GenCPDescriptionCache : public GenCPDriverFixture {
 protected:
   void SetUp() override {
@@ -130,9 +126,7 @@ TEST_F(GenCPDescriptionCache, DamagedEntryIsReplacedAndUnwritableCacheDownloadsW
 
 // The cache on its own: eviction and writers in several processes.
 TEST_F(GenCPDescriptionCache, LeastRecentlyUsedEntriesLeaveFirstAndConcurrentWritersAllSucceed) {
-  const std::vector<std::uint8_t> a = Bytes(std::string(400, 'a')),
-                                  b = Bytes(std::string(400, 'b')),
-                                  c = Bytes(std::string(400, 'c'));
+  const std::vector<std::uint8_t> a(400, 'a'), b(400, 'b'), c(400, 'c');
   const auto sha = [](const std::vector<std::uint8_t>& f) {
     return GenCP::Sha1(f.data(), f.size());
   };
@@ -151,7 +145,8 @@ TEST_F(GenCPDescriptionCache, LeastRecentlyUsedEntriesLeaveFirstAndConcurrentWri
   EXPECT_TRUE(cache.Find(sha(c), out, warning) && out == c);
 
   // Two processes fill the same entry over and over while reading it back.
-  const std::vector<std::uint8_t> big = Bytes(camsim::CameraXml());
+  const std::string xml = camsim::CameraXml();
+  const std::vector<std::uint8_t> big(xml.begin(), xml.end());
   CDescriptionCache shared(m_Dir.string(), 1u << 20, 1u << 20);
   pid_t children[2];
   for (pid_t& child : children) {
