@@ -54,8 +54,6 @@ def sims():
 def cam():
     import vorla
     with vorla.open(serial="SN42") as camera:
-        camera.features["Width"] = 64
-        camera.features["Height"] = 32
-        camera.features["PixelFormat"] = "Mono8"
-        camera.features["TriggerMode"] = "Off"
+        f = camera.features
+        f["Width"], f["Height"], f["PixelFormat"], f["TriggerMode"] = 64, 32, "Mono8", "Off"
         yield camera

@@ -77,16 +77,13 @@ using Port = rig::CLoopbackTest;
 } // namespace
 
 TEST_F(Port, ConnectsReadsAndReconnectsAfterInactivity) {
-  rig::Attach(0, "SN1");
-  const gcstring deviceId = DeviceIdOn(0);
-  ASSERT_FALSE(deviceId.empty());
-  CVorlaCLSerPort port(rig::PortId(0));
+  COpenDevice d;
+  CVorlaCLSerPort& port = d.port;
   EXPECT_EQ(port.GetAccessMode(), GenApi::RW);
-  ASSERT_TRUE(port.ConnectDevice(deviceId));
-  EXPECT_EQ(m_log.Count("Successfully created/connected deviceID '" + deviceId + "' on '" +
+  EXPECT_EQ(m_log.Count("Successfully created/connected deviceID '" + d.deviceId + "' on '" +
                         rig::PortId(0) + "'."),
             1u);
-  EXPECT_FALSE(port.ConnectDevice(deviceId)); // already connected
+  EXPECT_FALSE(port.ConnectDevice(d.deviceId)); // already connected
   EXPECT_EQ(ReadSerial(port), "SN1");
 
   port.SetAutoCloseTimeout(10);

@@ -35,6 +35,7 @@ struct SFrame {
     m_Descriptor.m_TotalSize = pitch * (lines - 1) + length;
     m_Descriptor.m_pData = m_Data.data();
   }
+  operator const FrameDescriptor&() const { return m_Descriptor; }
   std::vector<uint8_t> m_Data;
   FrameDescriptor m_Descriptor{};
 };
@@ -62,8 +63,8 @@ protected:
       m_pGrabber->QueueBuffer(handles[i], 100 + i);
     return handles;
   }
-  void Deliver(const SFrame& frame, uint64_t count) {
-    m_pControl->SetFrame(frame.m_Descriptor);
+  void Deliver(const FrameDescriptor& frame, uint64_t count) {
+    m_pControl->SetFrame(frame);
     m_pControl->Deliver(count);
     ASSERT_TRUE(m_pControl->WaitDelivered());
   }
@@ -73,6 +74,15 @@ protected:
     while (m_pGrabber->RetrieveResult(result))
       results.push_back(result);
     return results;
+  }
+  //! Takes the next result: its buffer failed for `reason` and nothing was copied into it.
+  void ExpectFailed(const std::string& reason) {
+    GrabResult r;
+    ASSERT_TRUE(m_pGrabber->RetrieveResult(r));
+    EXPECT_EQ(r.m_Status, Failed);
+    EXPECT_EQ(r.m_ErrorCode, 0xFFFFFFFFu);
+    EXPECT_EQ(r.m_ErrorDescription, reason);
+    EXPECT_EQ(m_Buffers.back()[0], 0x55) << "nothing copied";
   }
 
   rig::CPluginRoot m_Root;
@@ -383,12 +393,7 @@ TEST_F(StreamGrabberTest, FramesTheCameraCannotDescribeFailTheirBuffer) {
     Deliver(SFrame(64, 64, 4), 1);
     m_Device.m_Vanished = false;
     m_pGrabber->FinishGrab();
-    GrabResult r;
-    ASSERT_TRUE(m_pGrabber->RetrieveResult(r));
-    EXPECT_EQ(r.m_Status, Failed);
-    EXPECT_EQ(r.m_ErrorCode, 0xFFFFFFFFu);
-    EXPECT_EQ(r.m_ErrorDescription, "Failed to payload related information from camera");
-    EXPECT_EQ(m_Buffers.back()[0], 0x55) << "nothing copied";
+    ExpectFailed("Failed to payload related information from camera");
     EXPECT_EQ(rig::Logged(m_Log, 256, c.m_Logged), *c.m_Logged ? 1u : 0u);
     EXPECT_EQ(m_Log.CountContaining("Could not read values"), *c.m_Logged ? 1u : 0u);
     m_pGrabber->FinishGrab();
@@ -428,17 +433,10 @@ TEST_F(StreamGrabberTest, MalformedFrameDescriptorsFailTheirBuffer) {
     descriptor.m_TotalSize = source.size();
     descriptor.m_pData = c.m_Data ? source.data() : nullptr;
     m_Log.Clear();
-    m_pControl->SetFrame(descriptor);
-    m_pControl->Deliver(1);
-    ASSERT_TRUE(m_pControl->WaitDelivered());
-    GrabResult r;
-    ASSERT_TRUE(m_pGrabber->RetrieveResult(r));
+    Deliver(descriptor, 1);
     const std::string reason = std::string("Frame descriptor rejected: ") + c.m_Reason;
-    EXPECT_EQ(r.m_Status, Failed);
-    EXPECT_EQ(r.m_ErrorCode, 0xFFFFFFFFu);
-    EXPECT_EQ(r.m_ErrorDescription, reason);
+    ExpectFailed(reason);
     EXPECT_EQ(rig::Logged(m_Log, 256, reason), 1u);
-    EXPECT_EQ(m_Buffers.back()[0], 0x55) << "nothing copied";
     m_pGrabber->QueueBuffer(h, 0);
   }
 }
@@ -526,7 +524,8 @@ TEST_F(StreamGrabberTest, BufferBeingFilledIsWaitedForByDeregisterAndClose) {
   EXPECT_FALSE(m_pGrabber->RetrieveResult(r));
 }
 
-std::vector<std::tuple<int64_t, uint64_t, uint32_t>> s_Calls;
+using Calls = std::vector<std::tuple<int64_t, uint64_t, uint32_t>>;
+Calls s_Calls;
 void Record(int64_t value, uint64_t context, uint32_t cookie) {
   s_Calls.emplace_back(value, context, cookie);
 }
@@ -547,8 +546,7 @@ TEST_F(StreamGrabberTest, PluginNodeCallbacksReuseFreeRows) {
   m_Device.Int("Width")->SetValue(640);
   GenApi::CEnumerationPtr(m_Device.Node("PixelFormat"))->SetIntValue(2);
   GenApi::CBooleanPtr(m_Device.Node("Flag"))->SetValue(true);
-  EXPECT_EQ(s_Calls, (std::vector<std::tuple<int64_t, uint64_t, uint32_t>>{{640, 0x1'0000'0001, 7},
-                                                                           {2, 2, 8}}));
+  EXPECT_EQ(s_Calls, (Calls{{640, 0x1'0000'0001, 7}, {2, 2, 8}}));
   EXPECT_EQ(rig::Logged(m_Log, 256, "Invalid node type. Only inter like types are supported"), 1u);
 
   EXPECT_FALSE(callee.DeregisterNodeCallback(0));
@@ -560,7 +558,7 @@ TEST_F(StreamGrabberTest, PluginNodeCallbacksReuseFreeRows) {
   EXPECT_TRUE(s_Calls.empty());
   EXPECT_EQ(callee.RegisterNodeCallback("Height", Record, 4, 10), 1u);
   m_Device.Int("Height")->SetValue(3);
-  EXPECT_EQ(s_Calls, (std::vector<std::tuple<int64_t, uint64_t, uint32_t>>{{3, 4, 10}}));
+  EXPECT_EQ(s_Calls, (Calls{{3, 4, 10}}));
 }
 
 } // namespace

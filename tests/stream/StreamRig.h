@@ -14,10 +14,9 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdlib>
 #include <filesystem>
-#include <mutex>
+#include <future>
 #include <string>
 
 namespace rig {
@@ -89,37 +88,29 @@ inline std::string CameraXml(const SCameraOptions& options = {}) {
 }
 
 //! Holds the next frame inside its delivery (where it asks for the camera's node map) until the
-//! test opens the gate: the buffer is then being filled.
+//! test opens the gate: the buffer is then being filled. Armed while no frame is delivered.
 class CGate {
 public:
   void Arm() {
-    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_Reached = {};
+    m_Opened = {};
     m_Armed = true;
-    m_Reached = false;
   }
   void Pass() {
-    std::unique_lock<std::mutex> lock(m_Mutex);
-    if (!m_Armed)
+    if (!m_Armed.exchange(false))
       return;
-    m_Armed = false;
-    m_Reached = true;
-    m_Changed.notify_all();
-    m_Changed.wait(lock, [this] { return !m_Reached; });
+    std::future<void> opened = m_Opened.get_future();
+    m_Reached.set_value();
+    opened.wait();
   }
   bool WaitReached() {
-    std::unique_lock<std::mutex> lock(m_Mutex);
-    return m_Changed.wait_for(lock, std::chrono::seconds(10), [this] { return m_Reached; });
+    return m_Reached.get_future().wait_for(std::chrono::seconds(10)) == std::future_status::ready;
   }
-  void Open() {
-    std::lock_guard<std::mutex> lock(m_Mutex);
-    m_Reached = false;
-    m_Changed.notify_all();
-  }
+  void Open() { m_Opened.set_value(); }
 
 private:
-  std::mutex m_Mutex; // guards everything below
-  std::condition_variable m_Changed;
-  bool m_Armed = false, m_Reached = false;
+  std::promise<void> m_Reached, m_Opened;
+  std::atomic<bool> m_Armed{false};
 };
 
 //! A camera device as the stream grabber sees it: open or not, and its node map (which can

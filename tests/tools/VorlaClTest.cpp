@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 using namespace VorlaCl;
 
 namespace {
@@ -39,16 +41,13 @@ Vorla::CDeviceInfo Camera(const char* port, const char* serial) {
 
 TEST(VorlaClCommandLine, VerbOptionsAndGlobalOptionsMayMix) {
   const CCommandLine line = Parse({"xml", "-o", "out.xml", "--log", "32", "-c", "SN1"});
-  EXPECT_EQ(line.m_Verb, "xml");
-  EXPECT_EQ(line.m_Output, "out.xml");
-  EXPECT_EQ(line.m_Log, "32");
-  EXPECT_EQ(line.m_Camera, "SN1");
+  EXPECT_EQ(std::tie(line.m_Verb, line.m_Output, line.m_Log, line.m_Camera),
+            std::make_tuple("xml", "out.xml", "32", "SN1"));
   EXPECT_EQ(Parse({"set", "Width=64", "PixelFormat=Mono8"}).m_Names,
             (std::vector<std::string>{"Width=64", "PixelFormat=Mono8"}));
   const CCommandLine grab = Parse({"grab", "-n", "3", "--buffers", "2", "--timeout", "100"});
-  EXPECT_EQ(grab.m_Count, 3u);
-  EXPECT_EQ(grab.m_Buffers, 2u);
-  EXPECT_EQ(grab.m_TimeoutMs, 100u);
+  EXPECT_EQ(std::tie(grab.m_Count, grab.m_Buffers, grab.m_TimeoutMs),
+            std::make_tuple(3u, 2u, 100u));
   EXPECT_EQ(Parse({"watch"}).m_Count, 0u); // until the camera goes away
   EXPECT_TRUE(Parse({"-h"}).m_Help);
 }

@@ -53,5 +53,7 @@ interrupt() {
   run 0 set Width=64
   expect "Width = 64"
 }
+# refuse STATUS TEXT ARGS...: runs vorla-cl, expects the exit status and TEXT in its output.
+refuse() { local want=$1 text=$2; shift 2; run "$want" "$@"; expect "$text"; }
 expect() { grep -qF -- "$1" <<<"$out" || fail "no '$1' in: $out"; passed=$((passed + 1)); }
 expect_line() { grep -qP -- "$1" <<<"$out" || fail "no line like '$1' in: $out"; passed=$((passed + 1)); }

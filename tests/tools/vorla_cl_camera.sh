@@ -25,10 +25,8 @@ done
 [ "$(ls "$VORLA_DESCRIPTION_CACHE")" ] || fail "nothing cached"
 run 0 --first info
 expect_line "^Port\s+\Q$port\E$"
-run 1 -c SN43 info
-expect "vorla-cl: No camera is named 'SN43'"
-run 1 -c ModelName=HX9 info
-expect "vorla-cl: No device contains the provided device info properties. The number of possible devices is 1."
+refuse 1 "vorla-cl: No camera is named 'SN43'" -c SN43 info
+refuse 1 "vorla-cl: No device contains the provided device info properties. The number of possible devices is 1." -c ModelName=HX9 info
 
 run 0 features
 expect_line "^\s+Width\s+Integer\s+RW\s+\d+$"
@@ -46,14 +44,10 @@ expect "PixelFormat = Mono16"
 expect "TriggerSoftware executed"
 run 0 get Width PixelFormat DeviceUserID
 expect $'Width = 64\nPixelFormat = Mono16\nDeviceUserID = cam1'
-run 1 get Widht
-expect "vorla-cl: No feature 'Widht'; did you mean Width?"
-run 1 set PixelFormat=Mono9
-expect "vorla-cl: 'PixelFormat' has no entry 'Mono9'; did you mean Mono8?"
-run 1 set PayloadSize=5
-expect "vorla-cl: 'PayloadSize' is not writable (access mode RO)"
-run 1 set Width=abc
-expect "vorla-cl: Cannot set 'Width' to 'abc'"
+refuse 1 "vorla-cl: No feature 'Widht'; did you mean Width?" get Widht
+refuse 1 "vorla-cl: 'PixelFormat' has no entry 'Mono9'; did you mean Mono8?" set PixelFormat=Mono9
+refuse 1 "vorla-cl: 'PayloadSize' is not writable (access mode RO)" set PayloadSize=5
+refuse 1 "vorla-cl: Cannot set 'Width' to 'abc'" set Width=abc
 
 run 0 xml -o "$work/camera.xml"
 expect "Saved the description of 'Hexmar HX2000 on $port' (24"
@@ -61,17 +55,14 @@ expect "bytes, from the description cache) to"
 VORLA_DESCRIPTION_CACHE=off run 0 xml -o "$work/camera.xml"
 expect "bytes, from the camera) to"
 grep -q "<RegisterDescription" "$work/camera.xml" || fail "no description saved"
-run 1 xml -o "$work/no/such/folder/camera.xml"
-expect "vorla-cl: Cannot write '$work/no/such/folder/camera.xml': No such file or directory"
-run 1 xml -o /dev/full
-expect "vorla-cl: Cannot write to '/dev/full': No space left on device"
+refuse 1 "vorla-cl: Cannot write '$work/no/such/folder/camera.xml': No such file or directory" xml -o "$work/no/such/folder/camera.xml"
+refuse 1 "vorla-cl: Cannot write to '/dev/full': No space left on device" xml -o /dev/full
 out=$("$bin/vorla-cl" xml 2>&1 >/dev/full) && fail "xml to a full standard output succeeded"
 expect "vorla-cl: Cannot write to standard output: No space left on device"
 
 # A grab's lock on the camera is explained; unlocking frees it.
 run 0 set TLParamsLocked=1
-run 1 set Width=32
-expect "'Width' is not writable (access mode RO): a grab holds the camera (TLParamsLocked = 1); end the grab, or free the camera with 'vorla-cl set TLParamsLocked=0'"
+refuse 1 "'Width' is not writable (access mode RO): a grab holds the camera (TLParamsLocked = 1); end the grab, or free the camera with 'vorla-cl set TLParamsLocked=0'" set Width=32
 run 0 set TLParamsLocked=0 Width=32
 
 for verb in list info features "features Width" "get Width PixelFormat"; do

@@ -51,8 +51,7 @@ interrupt INT 130 watch Width --interval 5000
 VORLA_DESCRIPTION_CACHE=off interrupt INT 130 --log 16 xml
 
 # Failures say why and leave nothing behind.
-run 1 grab -n 1 -o "$work/missing/f.png"
-expect "cannot write '$work/missing/f-0.png': No such file or directory"
+refuse 1 "cannot write '$work/missing/f-0.png': No such file or directory" grab -n 1 -o "$work/missing/f.png"
 bind "Sapera Board=$board Channel=4" 3
 # A grab waiting in vain names its cable and whether its camera lives: another, silent simulator's.
 cable=/dev/shm/vorla-cable-$board-4
@@ -60,21 +59,16 @@ cable=/dev/shm/vorla-cable-$board-4
 other=$!
 trap 'kill "$camsim" "$other" 2>/dev/null || true; wait 2>/dev/null || true; rm -rf "$work" "$cable"' EXIT
 until [ -e "$cable" ]; do sleep 0.1; done
-run 1 grab -n 1 --timeout 3000
-expect "video? (frame grabber: no frame for 1 s on cable '${cable#/dev/shm/}' of camera process $other (alive), 0 frames sent)"
+refuse 1 "video? (frame grabber: no frame for 1 s on cable '${cable#/dev/shm/}' of camera process $other (alive), 0 frames sent)" grab -n 1 --timeout 3000
 { kill -KILL "$other" && wait "$other"; } 2>/dev/null || true
-run 1 grab -n 1
-expect "no camera video on channel Board=$board Channel=4 (no camera serves '${cable#/dev/shm/}': its camera process $other has ended)"
+refuse 1 "no camera video on channel Board=$board Channel=4 (no camera serves '${cable#/dev/shm/}': its camera process $other has ended)" grab -n 1
 # Texts from outside are never formats: printf conversions in the configuration, placeholders of
 # the option parser on the command line.
 bind "NI-IMAQ Board=%s%s%s%s%n Channel=3" 4
-run 1 grab -n 1
-expect "bad parameter 'Board=%s%s%s%s%n': Board takes a number from 0 to 4294967295"
-run 2 grab -n %value%
-expect "vorla-cl: grab: the argument ('%value%') for option '--count' is invalid"
+refuse 1 "bad parameter 'Board=%s%s%s%s%n': Board takes a number from 0 to 4294967295" grab -n 1
+refuse 2 "vorla-cl: grab: the argument ('%value%') for option '--count' is invalid" grab -n %value%
 echo "<Bindings><Port><ID>$port</ID><Enabled>yes</Enabled></Port></Bindings>" \
   >"$work/PortConfiguration_x64.xml"
 touch -d "+4 seconds" "$work/PortConfiguration_x64.xml"
-run 1 grab -n 1
-expect "names no frame grabber; give that <Port> a <Manufacturer>Hexmar</Manufacturer> and a <DeviceSpecificString>"
+refuse 1 "names no frame grabber; give that <Port> a <Manufacturer>Hexmar</Manufacturer> and a <DeviceSpecificString>" grab -n 1
 echo "vorla-cl grab: $passed passed, 0 failed"

@@ -7,30 +7,25 @@ source "$(dirname "$0")/tool_test_support.sh"
 start_simulator --serial SN42 --model HX2000
 unset VORLA_CL_BINDINGS
 
-run 2 lsit
-expect "vorla-cl: unknown command 'lsit'; did you mean list?"
-run 2 list --all
-expect "list: unrecognised option '--all'"
+refuse 2 "vorla-cl: unknown command 'lsit'; did you mean list?" lsit
+refuse 2 "list: unrecognised option '--all'" list --all
 run 2
 run 0 --help
 expect "exit status: 0 success, 1 failure"
 run 0 tls
 expect $'HexmarCameraLink\tCamera Link/HexmarCameraLink'
 
-run 1 list
-expect "vorla-cl: No port configuration file at '$work/none/Hexmar/CLBindings/PortConfiguration_x64.xml'"
+refuse 1 "vorla-cl: No port configuration file at '$work/none/Hexmar/CLBindings/PortConfiguration_x64.xml'" list
 expect "ports found: $port."
 
 cfg=$work/PortConfiguration_x64.xml
 echo "<Bindings><Port><ID>$port</ID><Enabled>no</Enabled></Port></Bindings>" >"$cfg"
 export VORLA_CL_BINDINGS=$work
-run 1 list
-expect "vorla-cl: None of the ports found ($port) is enabled in '$cfg'."
+refuse 1 "vorla-cl: None of the ports found ($port) is enabled in '$cfg'." list
 
 echo "<Bindings><Port><ID>$port" >"$cfg"
 touch -d '+2 seconds' "$cfg"
-run 1 list
-expect "vorla-cl: The port configuration '$cfg' could not be read: Failed to parse XML file"
+refuse 1 "vorla-cl: The port configuration '$cfg' could not be read: Failed to parse XML file" list
 
 echo "<Bindings><Port><ID>$port</ID><Enabled>yes</Enabled></Port></Bindings>" >"$cfg"
 touch -d '+4 seconds' "$cfg"
@@ -42,8 +37,7 @@ expect_line "^\s+DeviceClass\s+HexmarCameraLink$"
 flock "$pty" sleep 60 &
 holder=$!
 until grep -q "FLOCK.* $holder " /proc/locks; do sleep 0.1; done
-run 1 list
-expect "vorla-cl: No camera answered: port $port is in use by another process (pid $holder)."
+refuse 1 "vorla-cl: No camera answered: port $port is in use by another process (pid $holder)." list
 pkill -P "$holder" && wait "$holder" || true # its sleep, then flock itself ends
 
 # A camera that never answers.

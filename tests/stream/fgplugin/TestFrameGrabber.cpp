@@ -144,11 +144,8 @@ private:
   // Guards every member below; the delivery thread releases it during FrameReady.
   std::mutex m_Mutex;
   std::condition_variable m_Changed;
-  bool m_Quit = false;
-  bool m_Grabbing = false;
-  bool m_InFrame = false;
-  uint64_t m_Pending = 0;
-  uint64_t m_Delivered = 0;
+  bool m_Quit = false, m_Grabbing = false, m_InFrame = false;
+  uint64_t m_Pending = 0, m_Delivered = 0;
   int32_t m_FrameValue = 0;
   Vorla::FgCallee* m_pCallee = nullptr;
   Vorla::FrameDescriptor m_Frame{};
