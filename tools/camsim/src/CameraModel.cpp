@@ -566,7 +566,8 @@ std::uint16_t CCameraModel::WriteMemory(std::uint64_t address, const std::uint8_
   }
   if (Within(address, size, DeviceBase, DeviceSize))
     return WriteDevice(address - DeviceBase, data, size, after);
-  if (Within(address, size, UserValuesBase, m_UserValues.size())) {
+  // Without extra features the block is empty and has no storage to copy into, even for 0 bytes.
+  if (!m_UserValues.empty() && Within(address, size, UserValuesBase, m_UserValues.size())) {
     std::memcpy(m_UserValues.data() + (address - UserValuesBase), data, size);
     return GenCP::StatusSuccess;
   }
