@@ -105,16 +105,16 @@ void CFrameGrabberPlugin::Close() {
 }
 
 bool CFrameGrabberPlugin::StartGrab(gcstring& error) {
-  Platform::CLockGuard<Platform::CMutex> control(m_Control);
-  if (m_pObject->StartGrab())
-    return true;
-  error = LastErrorText();
-  return false;
+  return Control(&IFrameGrabber::StartGrab, error);
 }
 
 bool CFrameGrabberPlugin::StopGrab(gcstring& error) {
+  return Control(&IFrameGrabber::StopGrab, error);
+}
+
+bool CFrameGrabberPlugin::Control(bool (IFrameGrabber::*operation)(), gcstring& error) {
   Platform::CLockGuard<Platform::CMutex> control(m_Control);
-  if (m_pObject->StopGrab())
+  if ((m_pObject->*operation)())
     return true;
   error = LastErrorText();
   return false;

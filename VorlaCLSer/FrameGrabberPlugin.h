@@ -41,6 +41,8 @@ public:
 private:
   //! The object's last error text, read in its two steps.
   gcstring LastErrorText() VORLA_REQUIRES(m_Control);
+  //! StartGrab or StopGrab under the control mutex, with the error text of a false answer.
+  bool Control(bool (IFrameGrabber::*operation)(), gcstring& error) VORLA_EXCLUDES(m_Control);
 
   // The plug-in control lock (4 in the product's lock order): held for every call into the
   // object and while the object or library changes. Owned by this object.
