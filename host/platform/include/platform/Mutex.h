@@ -9,7 +9,10 @@
 //
 //   0. the application's own      vorla-cl's signal handler (CInterruption; the handler it runs
 //                                 cancels a grab); a Python camera (python/src/Camera.h, taken
-//                                 only with the GIL released)
+//                                 only with the GIL released); the Python log route's passing
+//                                 lock (python/src/LogRoute.cpp: taken with the GIL released,
+//                                 held while logging's handlers run; a handler that calls the
+//                                 package on the same thread does not pass lines again)
 //   1. transport layer            (CVorlaCLSerTl, recursive)
 //   2. device                     (CVorlaCLSerDevice, its removal link)
 //   3. stream grabber             (CVorlaCLSerStreamGrabber, the application's state machine)
