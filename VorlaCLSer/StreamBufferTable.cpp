@@ -143,16 +143,21 @@ CStreamBufferTable::EResult CStreamBufferTable::BeginFill(SFill& fill) {
 }
 
 void CStreamBufferTable::EndFill(const SFill& fill) {
-  Platform::CLockGuard<Platform::CMutex> lock(m_Lock);
-  // Nothing removes a buffer while it is filled.
-  SBuffer& buffer = m_Buffers.at(fill.m_Handle);
-  buffer.m_Result = fill.m_Result;
-  buffer.m_Filling = false;
-  --m_Filling;
-  ++buffer.m_Ready;
-  m_OutputQueue.push_back(fill.m_Handle);
+  {
+    Platform::CLockGuard<Platform::CMutex> lock(m_Lock);
+    // Nothing removes a buffer while it is filled.
+    SBuffer& buffer = m_Buffers.at(fill.m_Handle);
+    buffer.m_Result = fill.m_Result;
+    buffer.m_Filling = false;
+    --m_Filling;
+    ++buffer.m_Ready;
+    m_OutputQueue.push_back(fill.m_Handle);
+    m_FillEnded.notify_all();
+  }
+  // Signalled after the lock is released, so that a woken consumer does not sleep again on it.
+  // The filling thread is the plug-in's, which Close joins before the table is reset: a late
+  // signal can only make one wait of the consumer's find the output queue empty.
   m_WaitObject.Signal();
-  m_FillEnded.notify_all();
 }
 
 } // namespace Vorla
