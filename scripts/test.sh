@@ -3,7 +3,10 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 preset=${1:-default}
-./scripts/setup.sh
+case "$preset" in
+asan | clang) ./scripts/setup.sh clang ;; # both build with clang
+*) ./scripts/setup.sh ;;
+esac
 ./scripts/build.sh "$preset"
 if [ -z "${GENAPI_SAMPLES:-}" ] && [ -d ../shared/genapi-samples ]; then
   export GENAPI_SAMPLES=$(cd ../shared/genapi-samples && pwd)

@@ -2,7 +2,15 @@
 
 #include <cstdlib>
 
+// GCC says __SANITIZE_ADDRESS__, clang __has_feature(address_sanitizer).
 #if defined(__SANITIZE_ADDRESS__)
+#define CLSERTTY_LEAK_CHECKED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define CLSERTTY_LEAK_CHECKED 1
+#endif
+#endif
+#if defined(CLSERTTY_LEAK_CHECKED)
 #include <sanitizer/lsan_interface.h>
 #endif
 
@@ -13,7 +21,7 @@ CTtyPortTable& CTtyPortTable::Instance() {
   // unloads the library first, only the leak checker still sees the table; it is told so.
   static CTtyPortTable* table = [] {
     auto* made = new CTtyPortTable;
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(CLSERTTY_LEAK_CHECKED)
     __lsan_ignore_object(made);
 #endif
     return made;

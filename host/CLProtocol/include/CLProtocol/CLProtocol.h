@@ -7,7 +7,10 @@
 #define CLPROTOCOL_VERSION_MAJOR 1
 #define CLPROTOCOL_VERSION_MINOR 2
 
-typedef enum {
+// Both enumerations cross the C interface as 32-bit integers, and a caller may pass any value
+// (a driver answers an unknown parameter with CL_ERR_PARAM_NOT_SUPPORTED): the fixed underlying
+// type keeps every such value a valid one here.
+typedef enum : CLINT32 {
   CLP_LOG_FATAL = 0,
   CLP_LOG_ALERT = 100,
   CLP_LOG_CRIT = 200,
@@ -19,7 +22,7 @@ typedef enum {
   CLP_LOG_NOTSET = 800
 } CLP_LOG_LEVEL_VALUE;
 
-typedef enum {
+typedef enum : CLINT32 {
   CLP_LOG_LEVEL = 1,
   CLP_LOG_CALLBACK = 2,
   CLP_STOP_PROBE_DEVICE = 3,
