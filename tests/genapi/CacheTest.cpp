@@ -63,16 +63,6 @@ TEST_F(Caching, InvalidatorAndInvalidateNodes) {
   EXPECT_EQ(4, m_Port.m_Reads);
 }
 
-TEST_F(Caching, OverlappingWritesKeepOtherCachesTrue) {
-  Load(Reg("Whole", "WriteThrough") +
-       "<IntReg Name=\"Low\"><Address>0x100</Address><Length>2</Length>"
-       "<AccessMode>RW</AccessMode><pPort>Device</pPort></IntReg>");
-  Int("Whole")->GetValue();
-  Int("Low")->SetValue(0x1234);
-  EXPECT_EQ(0x1234, Int("Whole")->GetValue());
-  EXPECT_EQ(1, m_Port.m_Reads);
-}
-
 TEST_F(Caching, SelectorChangeInvalidatesSelectedFeatures) {
   Load(R"(
     <Integer Name="Sel"><Value>0</Value><pSelected>Gain</pSelected></Integer>
