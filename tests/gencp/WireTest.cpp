@@ -65,21 +65,6 @@ TEST(GenCPWire, DecodeRecognisesDamage) {
   EXPECT_EQ(CPacket::Decode(packet.data(), packet.size(), p, used), CPacket::EDecode::BadCcd);
 }
 
-TEST(GenCPWire, ZipRoundTripAndDamage) {
-  Bytes content(5000);
-  for (std::size_t i = 0; i < content.size(); ++i)
-    content[i] = static_cast<std::uint8_t>("<xml/>"[i % 6]);
-  Bytes zip = GenCP::CMemoryZip::Zip("a.xml", content);
-  ASSERT_FALSE(zip.empty());
-  EXPECT_LT(zip.size(), content.size());
-  Bytes out;
-  ASSERT_TRUE(GenCP::CMemoryZip::UnzipFirst(zip, out));
-  EXPECT_EQ(out, content);
-  zip[zip.size() / 3] ^= 0x40;
-  EXPECT_FALSE(GenCP::CMemoryZip::UnzipFirst(zip, out));
-  EXPECT_FALSE(GenCP::CMemoryZip::UnzipFirst(Bytes{'n', 'o', 't', 'z', 'i', 'p'}, out));
-}
-
 // A one-entry archive as other zip writers lay it out; with `zip64` the directory holds
 // 0xFFFFFFFF and the sizes sit in the zip64 extra field, as Info-ZIP writes streamed input.
 Bytes Archive(const Bytes& content, std::uint64_t declared, bool zip64) {
@@ -153,6 +138,8 @@ TEST(GenCPWire, UnzipTakesZip64AndRefusesWhatDoesNotMatchItsDeclaredSize) {
         << c.what;
     EXPECT_EQ(out, c.loads ? c.content : Bytes()) << c.what;
   }
+  Bytes out;
+  EXPECT_FALSE(GenCP::CMemoryZip::UnzipFirst(Bytes{'n', 'o', 't', 'z', 'i', 'p'}, out));
 }
 
 TEST(GenCPWire, Sha1OfKnownTexts) {
