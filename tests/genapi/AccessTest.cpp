@@ -1,4 +1,5 @@
 #include "MemoryPort.h"
+#include "TestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -100,12 +101,9 @@ TEST_F(Access, TextForms) {
   CIntegerPtr width = Int("Width");
   width->FromString("0x40");
   EXPECT_EQ("64", width->ToString());
-  try {
-    width->FromString("abc");
-    FAIL();
-  } catch (const GenICam::InvalidArgumentException& e) {
-    EXPECT_STREQ("Node 'Width' : cannot convert string 'abc' to int.", e.GetDescription());
-  }
+  EXPECT_EQ(
+      "Node 'Width' : cannot convert string 'abc' to int.",
+      testsupport::Thrown<GenICam::InvalidArgumentException>([&] { width->FromString("abc"); }));
 }
 
 } // namespace
