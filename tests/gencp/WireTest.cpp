@@ -46,16 +46,15 @@ TEST(GenCPWire, DecodeRecognisesDamage) {
   EXPECT_EQ(p.m_Scd, (Bytes{1, 2, 3, 4}));
 
   EXPECT_EQ(CPacket::Decode(good.data(), good.size() - 1, p, used), CPacket::EDecode::Incomplete);
-  Bytes header = good;
-  header[11] ^= 1;
-  EXPECT_EQ(CPacket::Decode(header.data(), header.size(), p, used), CPacket::EDecode::BadCcd);
-  Bytes data = good;
-  data[17] ^= 1;
-  EXPECT_EQ(CPacket::Decode(data.data(), data.size(), p, used), CPacket::EDecode::BadScd);
-  Bytes foreign = good;
-  foreign[1] = 'x';
-  EXPECT_EQ(CPacket::Decode(foreign.data(), foreign.size(), p, used),
-            CPacket::EDecode::BadPreamble);
+  // A flipped bit in the header, in the data, and a byte of another protocol's preamble.
+  const std::pair<std::size_t, CPacket::EDecode> damages[] = {{11, CPacket::EDecode::BadCcd},
+                                                              {17, CPacket::EDecode::BadScd},
+                                                              {1, CPacket::EDecode::BadPreamble}};
+  for (const auto& [at, result] : damages) {
+    Bytes damaged = good;
+    damaged[at] ^= 1;
+    EXPECT_EQ(CPacket::Decode(damaged.data(), damaged.size(), p, used), result) << at;
+  }
   // A length beyond the packet limit, under a header checksum that fits it.
   Bytes packet = CPacket::Ack(0, GenCP::ReadMemAck, 1).Encode();
   packet[12] = 0xFF; // length 0xFF00
