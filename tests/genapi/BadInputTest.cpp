@@ -148,16 +148,4 @@ TEST(BadInput, AddressElementsAddUpWrappingInsteadOfOverflowing) {
             0x80000000000000F8ull);
 }
 
-TEST(BadInput, UnconnectedPortGivesAnErrorNamingTheNode) {
-  CNodeMapRef ref;
-  ref._LoadXMLFromString(Describe("<IntReg Name=\"R\"><Address>0</Address><Length>4</Length>"
-                                  "<AccessMode>RW</AccessMode><pPort>Device</pPort></IntReg>"));
-  try {
-    CIntegerPtr(ref._GetNode("R"))->GetValue();
-    FAIL();
-  } catch (const GenICam::AccessException& e) {
-    EXPECT_STREQ("R", e.GetNodeName());
-  }
-}
-
 } // namespace
