@@ -1,5 +1,4 @@
 #include <VorlaBase/DeviceInfo.h>
-#include <VorlaBase/InfoImpl.h>
 
 #include <gtest/gtest.h>
 
@@ -41,15 +40,4 @@ TEST(InfoBase, SubsetNeedsEveryFilterPropertyWithAnEqualValue) {
   CDeviceInfo other;
   other.SetDeviceClass("hexmarcameralink");
   EXPECT_FALSE(device.IsSubset(other));
-}
-
-TEST(InfoBase, UserProvidedFlagSurvivesCopiesAndCanBeCleared) {
-  CDeviceInfo info;
-  EXPECT_TRUE(info.IsUserProvided());
-  CInfoImpl::ClearUserProvidedFlag(info);
-  EXPECT_FALSE(info.IsUserProvided());
-  const CDeviceInfo copy(info);
-  EXPECT_FALSE(copy.IsUserProvided());
-  DeviceInfoList list{copy};
-  EXPECT_FALSE(list[0].IsUserProvided());
 }
