@@ -9,7 +9,7 @@
 
 using namespace GenICam;
 
-TEST(Exceptions, CarryTextTypeFileLineAndNode) {
+TEST(Exceptions, CarryTextTypeFileAndLine) {
   try {
     throw RUNTIME_EXCEPTION("Could not open port '%s'", "TTY#ttyS4");
   } catch (const std::exception& e) { // GenICam exceptions are standard exceptions too
@@ -19,13 +19,13 @@ TEST(Exceptions, CarryTextTypeFileLineAndNode) {
     EXPECT_EQ(g.GetSourceLine(), static_cast<unsigned>(__LINE__ - 5));
     EXPECT_EQ(std::string(g.what()),
               "Could not open port 'TTY#ttyS4' : RuntimeException thrown (file 'GCBaseTest.cpp', "
-              "line " +
-                  std::to_string(g.GetSourceLine()) + ")");
+              "line " + std::to_string(g.GetSourceLine()) + ")");
   }
-  // Node errors name their node and entry point.
-  const auto e =
-      ExceptionReporter<OutOfRangeException>("IntegerT.h", 79, "Width.SetValue()", "Width")
-          .Report("Value = %lld must be equal or smaller than Max = %lld.", 2000LL, 1936LL);
+}
+
+TEST(Exceptions, NodeErrorsNameNodeAndEntryPoint) {
+  const auto e = ExceptionReporter<OutOfRangeException>("IntegerT.h", 79, "Width.SetValue()", "Width")
+                     .Report("Value = %lld must be equal or smaller than Max = %lld.", 2000LL, 1936LL);
   EXPECT_STREQ(e.what(), "Value = 2000 must be equal or smaller than Max = 1936. : "
                          "OutOfRangeException thrown in node 'Width' while calling "
                          "'Width.SetValue()' (file 'IntegerT.h', line 79)");
