@@ -79,19 +79,6 @@ TEST_F(Video, ContinuousFramesComeInOrderWithTheRegisteredGeometry) {
   EXPECT_EQ(m_Camera->DeviceRegister(AcquisitionStatus), 0u);
 }
 
-TEST_F(Video, EveryPixelFormatMatchesItsPayloadSize) {
-  ASSERT_EQ(WriteRegister(*m_Camera, AcquisitionMode, 1), 0); // single frame
-  for (std::uint32_t format : {Mono8, Mono10, Mono12, Mono16, BayerRG8, RGB8}) {
-    ASSERT_EQ(WriteRegister(*m_Camera, PixelFormat, format), 0);
-    ASSERT_EQ(WriteRegister(*m_Camera, AcquisitionStart, 1), 0);
-    Reader::SFrame frame;
-    ASSERT_TRUE(NextFrame(frame)) << std::hex << format;
-    EXPECT_EQ(frame.m_Info.m_PixelFormat, format);
-    EXPECT_EQ(frame.m_Info.m_Size, m_Camera->DeviceRegister(PayloadSize));
-    EXPECT_TRUE(NoFrameFor(milliseconds(20)));
-  }
-}
-
 TEST_F(Video, MultiFrameAndSoftwareTriggerSendWhatTheyAskFor) {
   ASSERT_EQ(WriteRegister(*m_Camera, AcquisitionMode, 2), 0);
   ASSERT_EQ(WriteRegister(*m_Camera, AcquisitionFrameCount, 3), 0);

@@ -1,5 +1,6 @@
 // CCLPort against the fake serial library and the fake CLProtocol driver of this folder.
 #include "TestSupport.h"
+#include "fakes/FakeState.h"
 
 #include <CLProtocol/CLPort.h>
 #include <GenApi/Log.h>
@@ -31,12 +32,6 @@ const std::string kTemplate = kDriverDir + "#" + kDriver + "#Fake";
 const std::string kCamTemplate = kDriverDir + "#" + kDriver + "#Fake#Cam";
 const std::string kFullID = kDriverDir + "#" + kDriver + "#Fake#Cam#Model1#V1#SN42";
 
-template <class F> F Control(void* handle, const char* name) {
-  void* p = ::dlsym(handle, name);
-  EXPECT_NE(p, nullptr) << name;
-  return reinterpret_cast<F>(p);
-}
-
 //! "<code>: <text>" of the CLErrException that `f` throws.
 std::string Caught(const std::function<void()>& f) {
   try {
@@ -55,29 +50,33 @@ CLINT32 CodeOf(const std::function<void()>& f) {
 class CLPortTest : public ::testing::Test {
 protected:
   static void SetUpTestSuite() {
-    s_driver = ::dlopen(FAKE_DRIVER_MODULE, RTLD_NOW);
-    s_serial = ::dlopen((kSerialDir + "/clserfak.so").c_str(), RTLD_NOW);
-    ASSERT_NE(s_driver, nullptr);
-    ASSERT_NE(s_serial, nullptr);
+    void* driver = ::dlopen(FAKE_DRIVER_MODULE, RTLD_NOW);
+    void* serial = ::dlopen((kSerialDir + "/clserfak.so").c_str(), RTLD_NOW);
+    ASSERT_TRUE(driver && serial);
+    s_driver = static_cast<SFakeDriverState*>(::dlsym(driver, "fakeDriverState"));
+    s_serial = static_cast<SFakeSerialState*>(::dlsym(serial, "fakeSerialState"));
+    ASSERT_TRUE(s_driver && s_serial);
   }
 
   void SetUp() override {
     fs::create_directories(m_tmp / "root");
     m_root.Set((m_tmp / "root").string()); // nothing installed: only what the test names is found
-    Control<void (*)()>(s_driver, "fakeDriverReset")();
-    Control<void (*)(CLUINT32)>(s_serial, "fakeSerialSetSupported")(0xFF);
+    const int initCalls = s_driver->m_InitCalls; // once per process
+    *s_driver = SFakeDriverState();
+    s_driver->m_InitCalls = initCalls;
+    s_serial->m_Supported = 0xFF;
   }
 
-  static void* s_driver;
-  static void* s_serial;
+  static SFakeDriverState* s_driver;
+  static SFakeSerialState* s_serial;
   const testsupport::CTempFolder m_folder;
   const fs::path m_tmp = m_folder.Path();
   const testsupport::CEnvGuard m_root{"VORLA_ROOT"}, m_serial{"CLSERIALPATH", kSerialDir.c_str()},
       m_driver{"GENICAM_CLPROTOCOL", kDriverRoot.c_str()};
 };
 
-void* CLPortTest::s_driver = nullptr;
-void* CLPortTest::s_serial = nullptr;
+SFakeDriverState* CLPortTest::s_driver = nullptr;
+SFakeSerialState* CLPortTest::s_serial = nullptr;
 
 TEST_F(CLPortTest, PortIDsNameManufacturerAndPortOfEveryLibraryOnce) {
   // A second folder with the same library under another valid name, and files whose names
@@ -146,31 +145,33 @@ TEST_F(CLPortTest, DriverFoldersAreListedLikeTheReferenceModuleDoes) {
   }
   GenApi::SetLogFunction(previous);
   // One file, loaded and initialised once however often it is found.
-  EXPECT_EQ(Control<int (*)()>(s_driver, "fakeDriverInitCalls")(), 1);
+  EXPECT_EQ(s_driver->m_InitCalls, 1);
 }
 
 TEST_F(CLPortTest, ProbeAnswersTheFullDeviceIDAndClosesThePort) {
   EXPECT_EQ(CCLPort::ProbeDevice("Fake#echo", kTemplate, 321), kFullID);
-  EXPECT_EQ(Control<CLUINT32 (*)()>(s_serial, "fakeSerialLastReadTimeout")(), 321u);
-  EXPECT_EQ(std::string(Control<const char* (*)()>(s_driver, "fakeDriverLastProbeQuery")()),
-            kTemplate);
-  EXPECT_EQ(Control<int (*)()>(s_serial, "fakeSerialOpenCount")(), 0);
-  EXPECT_EQ(Control<int (*)()>(s_driver, "fakeDriverConnections")(), 0);
+  EXPECT_EQ(s_serial->m_LastReadTimeout, 321u);
+  EXPECT_EQ(s_driver->m_LastProbeQuery, kTemplate);
+  EXPECT_EQ(s_serial->m_Open, 0);
+  EXPECT_EQ(s_driver->m_Connections, 0);
   // A driver that answers the full form is taken as it is.
-  Control<void (*)(const char*)>(s_driver, "fakeDriverSetAnswer")(kFullID.c_str());
+  s_driver->m_Answer = kFullID;
   EXPECT_EQ(CCLPort::ProbeDevice("Fake#echo", kTemplate), kFullID);
 }
 
 TEST_F(CLPortTest, ProbeWithoutCameraIsEmptyAndSilentLineIsTimeout) {
-  Control<void (*)(CLINT32)>(s_driver, "fakeDriverSetProbeStatus")(CL_ERR_NO_DEVICE_FOUND);
+  s_driver->m_ProbeStatus = CL_ERR_NO_DEVICE_FOUND;
   EXPECT_EQ(CCLPort::ProbeDevice("Fake#echo", kTemplate), "");
-  Control<void (*)(CLINT32)>(s_driver, "fakeDriverSetProbeStatus")(CL_ERR_NO_ERR);
+  s_driver->m_ProbeStatus = CL_ERR_NO_ERR;
   EXPECT_EQ(CodeOf([] { CCLPort::ProbeDevice("Fake#dead", kTemplate); }), CL_ERR_TIMEOUT);
-  EXPECT_EQ(Control<int (*)()>(s_serial, "fakeSerialOpenCount")(), 0);
+  CCLPort port; // a connect that fails lets the port go
+  EXPECT_EQ(CodeOf([&] { port.Connect("Fake#dead", kTemplate); }), CL_ERR_TIMEOUT);
+  EXPECT_FALSE(port.IsConnected());
+  EXPECT_EQ(s_serial->m_Open, 0);
 }
 
-TEST_F(CLPortTest, ProbeErrorsCarryCodeAndBestText) {
-  Control<void (*)(CLINT32)>(s_driver, "fakeDriverSetProbeStatus")(-30209);
+TEST_F(CLPortTest, ProbeAndRegisterErrorsCarryCodeAndBestText) {
+  s_driver->m_ProbeStatus = -30209;
   EXPECT_EQ(Caught([] { CCLPort::ProbeDevice("Fake#echo", kTemplate); }),
             "-30209: Fake camera went away"); // the driver's own text
   EXPECT_EQ(Caught([] { CCLPort::ProbeDevice("Fake#busy", kTemplate); }),
@@ -178,6 +179,14 @@ TEST_F(CLPortTest, ProbeErrorsCarryCodeAndBestText) {
   EXPECT_EQ(CodeOf([] { CCLPort::ProbeDevice("Fake#nosuchport", kTemplate); }),
             CL_ERR_INVALID_INDEX);
   EXPECT_EQ(CodeOf([] { CCLPort::ProbeDevice("Fake#echo", "garbage"); }), CL_ERR_INVALID_DEVICEID);
+  s_driver->m_ProbeStatus = CL_ERR_NO_ERR;
+  CCLPort port; // register accesses alike
+  port.Connect("Fake#echo", kFullID);
+  unsigned char b[2] = {};
+  EXPECT_EQ(Caught([&] { port.Write(b, 0xDEAD, 2); }), "-30209: Fake camera went away");
+  // Nobody has a better text: the standard one.
+  EXPECT_EQ(Caught([&] { port.Read(b, 0xBEEF, 2); }), std::to_string(CL_ERR_TIMEOUT) + ": Timeout");
+  EXPECT_THROW(port.Read(nullptr, 0, 2), GenICam::InvalidArgumentException);
 }
 
 TEST_F(CLPortTest, AnswersCannotSteerTheDriver) {
@@ -193,7 +202,7 @@ TEST_F(CLPortTest, AnswersCannotSteerTheDriver) {
       {"Fake#Cam\n", ""},
   };
   for (const auto& row : rows) {
-    Control<void (*)(const char*)>(s_driver, "fakeDriverSetAnswer")(row.answer);
+    s_driver->m_Answer = row.answer;
     if (row.id.empty()) {
       EXPECT_EQ(CodeOf([] { CCLPort::ProbeDevice("Fake#echo", kTemplate); }),
                 CL_ERR_INVALID_DEVICEID)
@@ -218,58 +227,41 @@ TEST_F(CLPortTest, OnlyDiscoveredDriversAreEverLoaded) {
   EXPECT_EQ(port.GetAccessMode(), GenApi::NA);
 }
 
-TEST_F(CLPortTest, ConnectReadsAndWritesRegisters) {
+TEST_F(CLPortTest, ConnectReadsWritesAndDisconnects) {
   CCLPort port;
   EXPECT_EQ(port.GetSerialTimeOut(), 500u);
   port.SetSerialTimeOut(400);
   port.Connect("Fake#echo", kCamTemplate);
   EXPECT_EQ(port.GetDeviceID(), kFullID);
   EXPECT_EQ(port.GetAccessMode(), GenApi::RW);
-  EXPECT_EQ(Control<CLUINT32 (*)()>(s_serial, "fakeSerialLastReadTimeout")(), 400u);
+  EXPECT_EQ(s_serial->m_LastReadTimeout, 400u);
   const unsigned char out[4] = {1, 2, 3, 4};
   port.Write(out, 16, 4);
   unsigned char in[4] = {};
   port.Read(in, 16, 4);
   EXPECT_EQ(std::memcmp(in, out, 4), 0);
-  EXPECT_EQ(Control<int (*)()>(s_driver, "fakeDriverConnections")(), 1);
+  EXPECT_EQ(s_driver->m_Connections, 1);
   port.Disconnect();
-  EXPECT_EQ(Control<int (*)()>(s_driver, "fakeDriverConnections")(), 0);
-  EXPECT_EQ(Control<int (*)()>(s_serial, "fakeSerialOpenCount")(), 0);
+  EXPECT_EQ(s_driver->m_Connections, 0);
+  EXPECT_EQ(s_serial->m_Open, 0);
   EXPECT_THROW(port.Read(in, 16, 4), GenICam::AccessException);
-}
-
-TEST_F(CLPortTest, DestructorDisconnectsAndClosesThePort) {
-  {
-    CCLPort port;
-    port.Connect("Fake#echo", kFullID);
-    EXPECT_EQ(Control<int (*)()>(s_serial, "fakeSerialOpenCount")(), 1);
-  }
-  EXPECT_EQ(Control<int (*)()>(s_serial, "fakeSerialOpenCount")(), 0);
-  EXPECT_EQ(Control<int (*)()>(s_driver, "fakeDriverConnections")(), 0);
+  CCLPort().Connect("Fake#echo", kFullID); // the destructor disconnects and closes too
+  EXPECT_EQ(s_driver->m_Connections, 0);
+  EXPECT_EQ(s_serial->m_Open, 0);
 }
 
 TEST_F(CLPortTest, PendingWritesAreWaitedOutAndEndlessOnesCancelled) {
   CCLPort port;
   port.Connect("Fake#echo", kFullID);
   const unsigned char v = 9;
-  Control<void (*)(int)>(s_driver, "fakeDriverSetPendingWrites")(3);
+  s_driver->m_PendingWrites = 3;
   port.Write(&v, 0, 1);
-  EXPECT_EQ(Control<int (*)()>(s_driver, "fakeDriverContinuations")(), 3);
-  EXPECT_FALSE(Control<bool (*)()>(s_driver, "fakeDriverCancelled")());
+  EXPECT_EQ(s_driver->m_Continuations, 3);
+  EXPECT_FALSE(s_driver->m_Cancelled);
 
-  Control<void (*)(int)>(s_driver, "fakeDriverSetPendingWrites")(1 << 30);
+  s_driver->m_PendingWrites = 1 << 30;
   EXPECT_EQ(CodeOf([&] { port.Write(&v, 0, 1); }), CL_ERR_TIMEOUT);
-  EXPECT_TRUE(Control<bool (*)()>(s_driver, "fakeDriverCancelled")());
-}
-
-TEST_F(CLPortTest, RegisterErrorsCarryCodeAndText) {
-  CCLPort port;
-  port.Connect("Fake#echo", kFullID);
-  unsigned char b[2] = {};
-  EXPECT_EQ(Caught([&] { port.Write(b, 0xDEAD, 2); }), "-30209: Fake camera went away");
-  // Nobody has a better text: the standard one.
-  EXPECT_EQ(Caught([&] { port.Read(b, 0xBEEF, 2); }), std::to_string(CL_ERR_TIMEOUT) + ": Timeout");
-  EXPECT_THROW(port.Read(nullptr, 0, 2), GenICam::InvalidArgumentException);
+  EXPECT_TRUE(s_driver->m_Cancelled);
 }
 
 TEST_F(CLPortTest, BaudRatesOfCameraAndPortTogether) {
@@ -278,13 +270,12 @@ TEST_F(CLPortTest, BaudRatesOfCameraAndPortTogether) {
   EXPECT_NE(port.SupportedBaudrates(mask), CL_ERR_NO_ERR);
   EXPECT_EQ(mask, 0u);
   port.Connect("Fake#echo", kFullID);
-  Control<void (*)(CLUINT32)>(s_serial, "fakeSerialSetSupported")(0x0F | 0x40);
+  s_serial->m_Supported = 0x0F | 0x40;
   ASSERT_EQ(port.SupportedBaudrates(mask), CL_ERR_NO_ERR);
   EXPECT_EQ(mask, 0x0Fu); // camera 0x1F
   port.SetDeviceBauderate(CL_BAUDRATE_57600);
   EXPECT_EQ(port.GetDeviceBauderate(), static_cast<CLUINT32>(CL_BAUDRATE_57600));
-  EXPECT_EQ(Control<CLUINT32 (*)()>(s_serial, "fakeSerialBaud")(),
-            static_cast<CLUINT32>(CL_BAUDRATE_57600));
+  EXPECT_EQ(s_serial->m_Baud, static_cast<CLUINT32>(CL_BAUDRATE_57600));
   EXPECT_EQ(CodeOf([&] { port.SetDeviceBauderate(CL_BAUDRATE_921600); }), CL_ERR_PARAM_DATA_VALUE);
 }
 
@@ -296,17 +287,15 @@ TEST_F(CLPortTest, XmlIsTheBestMatchingOneDownloadedAtTheFastestRate) {
   // Camera 0x1F and port 0xFF: 115200 (0x10) during the download, 9600 again afterwards.
   EXPECT_EQ(xml, "<xml id='SchemaVersion.1.1@Fake#Cam@XMLVersion.2.0.0' baud='16'/>");
   EXPECT_EQ(port.GetDeviceBauderate(), static_cast<CLUINT32>(CL_BAUDRATE_9600));
-  EXPECT_EQ(Control<CLUINT32 (*)()>(s_serial, "fakeSerialBaud")(),
-            static_cast<CLUINT32>(CL_BAUDRATE_9600));
+  EXPECT_EQ(s_serial->m_Baud, static_cast<CLUINT32>(CL_BAUDRATE_9600));
 
   port.GetXML(xml, false);
   EXPECT_EQ(xml, "<xml id='SchemaVersion.1.1@Fake#Cam@XMLVersion.2.0.0' baud='1'/>");
 
-  Control<void (*)(const char*)>(s_driver,
-                                 "fakeDriverSetXMLIDs")("SchemaVersion.1.0@Other@XMLVersion.1.0.0");
+  s_driver->m_XMLIDs = "SchemaVersion.1.0@Other@XMLVersion.1.0.0";
   port.GetXML(xml);
   EXPECT_EQ(xml, ""); // nothing for this camera
-  Control<void (*)(const char*)>(s_driver, "fakeDriverSetXMLIDs")("");
+  s_driver->m_XMLIDs = "";
   port.GetXML(xml);
   EXPECT_EQ(xml, "");
 }

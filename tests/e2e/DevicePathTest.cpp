@@ -55,20 +55,6 @@ TEST(DevicePath, ACameraIsFoundOpenedUsedClosedAndReportedGone) {
   DeviceInfoList cameras;
   ASSERT_EQ(tl->EnumerateDevices(cameras), 1);
 
-  // By full name, then by a partial record and as the first of any.
-  for (int road = 0; road < 3; ++road) {
-    CDeviceInfo partial;
-    partial.SetModelName("HX1300");
-    IVorlaDevice* device = road == 0   ? tl->CreateDevice(cameras[0].GetFullName())
-                           : road == 1 ? tl->CreateDevice(partial)
-                                       : tl->CreateFirstDevice(CDeviceInfo());
-    ASSERT_NE(device, nullptr) << road;
-    EXPECT_EQ(device->GetDeviceInfo().GetFullName(), cameras[0].GetFullName());
-    device->Open(Control);
-    device->Close();
-    tl->DestroyDevice(device);
-  }
-
   IVorlaDevice* device = tl->CreateDevice(cameras[0]);
   device->Open(Control);
   GenApi::INodeMap* camera = device->GetNodeMap();

@@ -7,13 +7,11 @@
 
 namespace VorlaE2E {
 
-const char kDriverFile[] = "libCLProtocolGenCP.so";
-
 //! The GenCP driver's Hexmar template as discovery lists it, empty when it is not found.
 inline std::string HexmarTemplate() {
   GenICam::gcstring_vector templates;
   CLProtocol::CCLPort::GetDeviceIDTemplates(templates);
-  const std::string tail = std::string("#") + kDriverFile + "#Hexmar";
+  const std::string tail = "#libCLProtocolGenCP.so#Hexmar";
   for (const auto& t : templates)
     if (t.size() > tail.size() && t.compare(t.size() - tail.size(), tail.size(), tail) == 0)
       return t;

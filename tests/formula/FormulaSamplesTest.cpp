@@ -10,21 +10,6 @@ using namespace FormulaTest;
 
 namespace {
 
-TEST(FormulaSamples, SubExpressionsComposeThroughTheResolver) {
-  // <Constant Name="TEN">10</Constant> <Expression Name="XPLUS2">TEN + X</Expression>
-  const CFormula sub("TEN + X");
-  const CFormula formula("TEN * XPLUS2");
-  const auto base = [](const std::string& name) { return I(name == "TEN" ? 10 : 4); };
-  const FormulaValue value = formula.Evaluate(
-      [&](size_t id) {
-        if (formula.Identifiers()[id] != "XPLUS2")
-          return base(formula.Identifiers()[id]);
-        return sub.Evaluate([&](size_t s) { return base(sub.Identifiers()[s]); }, true);
-      },
-      true);
-  EXPECT_EQ(value.Int, 140);
-}
-
 // A sixteen-way Bayer-phase table from a vendor file, checked against the rule it encodes.
 TEST(FormulaSamples, NestedTernaryDecisionTable) {
   const char* text =

@@ -1,4 +1,5 @@
 #include "MemoryPort.h"
+#include "TestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -48,7 +49,7 @@ TEST_F(Access, ImplementedAvailableLocked) {
   EXPECT_FALSE(IsImplemented(width));
 }
 
-TEST_F(Access, ImposedModesOnlyRestrict) {
+TEST_F(Access, ImposedModesAndThePortModeOnlyRestrictAndUnconnectedPortsAreNotImplemented) {
   EXPECT_EQ(RO, Int("Imposed")->GetAccessMode());
   EXPECT_EQ(RO, Int("OverRO")->GetAccessMode()); // RW imposed on RO stays RO
   CIntegerPtr width = Int("Width");
@@ -58,15 +59,18 @@ TEST_F(Access, ImposedModesOnlyRestrict) {
   EXPECT_EQ(RW, width->GetAccessMode());
   width->GetNode()->ImposeAccessMode(NA);
   EXPECT_FALSE(IsAvailable(width));
-}
-
-TEST_F(Access, PortModeLimitsRegistersAndUnconnectedPortsAreNotImplemented) {
   m_Port.m_Mode = RO;
   EXPECT_EQ(RO, Int("WidthReg")->GetAccessMode());
   CNodeMapRef other;
   other._LoadXMLFromString(Describe(kNodes));
   EXPECT_EQ(NI, CIntegerPtr(other._GetNode("Width"))->GetAccessMode());
   EXPECT_FALSE(other._Connect(&m_Port, "NoSuchPort"));
+  try { // an access through the unconnected port names its node
+    CIntegerPtr(other._GetNode("WidthReg"))->GetValue();
+    FAIL();
+  } catch (const GenICam::AccessException& e) {
+    EXPECT_STREQ("WidthReg", e.GetNodeName());
+  }
 }
 
 TEST_F(Access, RangeChecksWithTheReferenceTexts) {
@@ -100,12 +104,9 @@ TEST_F(Access, TextForms) {
   CIntegerPtr width = Int("Width");
   width->FromString("0x40");
   EXPECT_EQ("64", width->ToString());
-  try {
-    width->FromString("abc");
-    FAIL();
-  } catch (const GenICam::InvalidArgumentException& e) {
-    EXPECT_STREQ("Node 'Width' : cannot convert string 'abc' to int.", e.GetDescription());
-  }
+  EXPECT_EQ(
+      "Node 'Width' : cannot convert string 'abc' to int.",
+      testsupport::Thrown<GenICam::InvalidArgumentException>([&] { width->FromString("abc"); }));
 }
 
 } // namespace

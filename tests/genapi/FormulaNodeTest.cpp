@@ -6,12 +6,9 @@ using namespace GenApi;
 
 namespace {
 
-class Formulas : public ::testing::Test {
+class Formulas : public CMapTest {
 protected:
-  void Load(const std::string& nodes) { m_Ref._LoadXMLFromString(Describe(nodes)); }
-  int64_t Int(const char* name) { return CIntegerPtr(m_Ref._GetNode(name))->GetValue(); }
   double Float(const char* name) { return CFloatPtr(m_Ref._GetNode(name))->GetValue(); }
-  CNodeMapRef m_Ref;
 };
 
 TEST_F(Formulas, IntegerDivisionInIntegerNodesAndPromotionInFloatOnes) {
@@ -25,10 +22,10 @@ TEST_F(Formulas, IntegerDivisionInIntegerNodesAndPromotionInFloatOnes) {
     </IntSwissKnife>
     <IntSwissKnife Name="Prec"><Formula>1 + 2 * 3 &lt;&lt; 1 = 14 ? 0x10 | 1 : 0</Formula>
     </IntSwissKnife>)");
-  EXPECT_EQ(3, Int("IDiv"));
+  EXPECT_EQ(3, Int("IDiv")->GetValue());
   EXPECT_DOUBLE_EQ(3.5, Float("FDiv"));
-  EXPECT_EQ(7, Int("Mixed"));
-  EXPECT_EQ(17, Int("Prec"));
+  EXPECT_EQ(7, Int("Mixed")->GetValue());
+  EXPECT_EQ(17, Int("Prec")->GetValue());
 }
 
 TEST_F(Formulas, ConstantsExpressionsAndDottedNames) {
@@ -40,7 +37,7 @@ TEST_F(Formulas, ConstantsExpressionsAndDottedNames) {
       <pVariable Name="X.Max">X</pVariable><pVariable Name="M.Entry.Fast">Mode</pVariable>
       <Constant Name="TEN">10</Constant><Expression Name="XPLUS">TEN + X</Expression>
       <Formula>TEN * XPLUS + X.Max * 1000 + M.Entry.Fast * 100000</Formula></IntSwissKnife>)");
-  EXPECT_EQ(140 + 9000 + 500000, Int("K"));
+  EXPECT_EQ(140 + 9000 + 500000, Int("K")->GetValue());
 }
 
 TEST_F(Formulas, ConvertersBothWays) {
@@ -53,14 +50,14 @@ TEST_F(Formulas, ConvertersBothWays) {
   CFloatPtr conv = m_Ref._GetNode("Conv");
   EXPECT_DOUBLE_EQ(10.0, conv->GetValue());
   conv->SetValue(25.5);
-  EXPECT_EQ(255, Int("Raw"));
+  EXPECT_EQ(255, Int("Raw")->GetValue());
   EXPECT_DOUBLE_EQ(100.0, conv->GetMax());
   CIntegerPtr neg = m_Ref._GetNode("Neg");
   EXPECT_EQ(-255, neg->GetValue());
   EXPECT_EQ(-1000, neg->GetMin());
   EXPECT_EQ(0, neg->GetMax());
   neg->SetValue(-7);
-  EXPECT_EQ(7, Int("Raw"));
+  EXPECT_EQ(7, Int("Raw")->GetValue());
 }
 
 TEST_F(Formulas, IndexedValuesAndCommands) {
@@ -70,12 +67,12 @@ TEST_F(Formulas, IndexedValuesAndCommands) {
       <ValueIndexed Index="20">200</ValueIndexed><ValueDefault>600</ValueDefault></Integer>
     <Integer Name="Trigger"><Value>0</Value></Integer>
     <Command Name="Start"><pValue>Trigger</pValue><CommandValue>1</CommandValue></Command>)");
-  EXPECT_EQ(200, Int("Table"));
+  EXPECT_EQ(200, Int("Table")->GetValue());
   CIntegerPtr(m_Ref._GetNode("Sel"))->SetValue(30);
-  EXPECT_EQ(600, Int("Table"));
+  EXPECT_EQ(600, Int("Table")->GetValue());
   CCommandPtr start = m_Ref._GetNode("Start");
   start->Execute();
-  EXPECT_EQ(1, Int("Trigger"));
+  EXPECT_EQ(1, Int("Trigger")->GetValue());
   EXPECT_FALSE(start->IsDone());
   CIntegerPtr(m_Ref._GetNode("Trigger"))->SetValue(0);
   EXPECT_TRUE(start->IsDone());

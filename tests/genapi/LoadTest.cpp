@@ -1,4 +1,5 @@
 #include "MemoryPort.h"
+#include "TestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -20,12 +21,8 @@ TEST(NodeMapRef, LoadsFindsRefusesASecondLoadAndSharesTheMapWithCopies) {
   CIntegerPtr gain = ref._GetNode("Gain");
   EXPECT_EQ(3, gain->GetValue());
   EXPECT_EQ("g", gain->GetNode()->GetToolTip());
-  try {
-    ref._LoadXMLFromString(Describe(kIntegerNodes));
-    FAIL();
-  } catch (const GenICam::RuntimeException& e) {
-    EXPECT_STREQ("DLL already loaded", e.GetDescription());
-  }
+  EXPECT_EQ("DLL already loaded", testsupport::Thrown<GenICam::RuntimeException>(
+                                      [&] { ref._LoadXMLFromString(Describe(kIntegerNodes)); }));
   ref._Destroy();
   EXPECT_THROW(ref._GetNode("Gain"), GenICam::AccessException);
   ref._LoadXMLFromString(Describe(kIntegerNodes));
@@ -42,12 +39,8 @@ TEST(Pointer, NullOrWrongTypeThrowsOnDereference) {
   ref._LoadXMLFromString(Describe(kIntegerNodes));
   CFloatPtr wrong = ref._GetNode("Gain");
   EXPECT_FALSE(wrong.IsValid());
-  try {
-    wrong->GetValue();
-    FAIL();
-  } catch (const GenICam::LogicalErrorException& e) {
-    EXPECT_STREQ("NULL pointer dereferenced", e.GetDescription());
-  }
+  EXPECT_EQ("NULL pointer dereferenced",
+            testsupport::Thrown<GenICam::LogicalErrorException>([&] { wrong->GetValue(); }));
   CNodeMapPtr noMap(static_cast<INodeMap*>(CNodeMapRef()));
   EXPECT_THROW(noMap->GetNode("x"), GenICam::LogicalErrorException);
   EXPECT_FALSE(IsReadable(wrong));

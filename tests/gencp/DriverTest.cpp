@@ -293,19 +293,15 @@ TEST_F(GenCPFaults, LineFaultsAreResentOrEndInTheirCode) {
   }
 }
 
-// A slow command is covered by pending acknowledges; one beyond the caller's timeout is continued.
+// A slow command beyond the caller's timeout is continued. (One within it is covered by pending
+// acknowledges: the serial path's user set save.)
 TEST_F(GenCPFaults, SlowWritesArePendingAndContinued) {
   SCameraOptions options;
   options.m_MaxResponseMs = 10;
-  options.m_UserSetSaveMs = 60;
-  Connect(options);
-  ASSERT_EQ(Write32(UserSetSaveReg, 1, 500), CL_ERR_NO_ERR);
-  EXPECT_GE(m_Camera->Statistics().m_PendingAcks, 1u);
-  TearDown();
-
   options.m_UserSetSaveMs = 400;
   Connect(options);
   ASSERT_EQ(Write32(UserSetSaveReg, 1, 20), CL_ERR_PENDING_WRITE);
+  EXPECT_GE(m_Camera->Statistics().m_PendingAcks, 1u);
   CLINT32 rc = CL_ERR_PENDING_WRITE;
   for (int i = 0; i < 100 && rc == CL_ERR_PENDING_WRITE; ++i)
     rc = clpContinueWriteRegister(m_Serial.get(), m_Cookie, 1, 100);
@@ -316,14 +312,10 @@ TEST_F(GenCPFaults, SlowWritesArePendingAndContinued) {
 
 using GenCPXml = GenCPDriverFixture;
 
-TEST_F(GenCPXml, DescriptionFromTheManifestAndDamagedZips) {
+// (The description itself: the cache suite's opens.)
+TEST_F(GenCPXml, AnotherIdIsNotFoundAndDamagedZipsFail) {
   Connect();
-  std::string ids;
-  ASSERT_EQ(XmlIds(ids), CL_ERR_NO_ERR);
-  EXPECT_EQ(ids, "SchemaVersion.1.1@Hexmar#CamSim#HX1300@XMLVersion.1.0.0");
   std::string xml;
-  ASSERT_EQ(Xml(ids, xml), CL_ERR_NO_ERR);
-  EXPECT_EQ(xml, camsim::CameraXml());
   EXPECT_EQ(Xml("SchemaVersion.1.1@Hexmar#Other@XMLVersion.1.0.0", xml),
             CL_ERR_NO_XMLDESCRIPTION_FOUND);
   TearDown();
@@ -340,11 +332,8 @@ TEST_F(GenCPXml, DescriptionFromTheManifestAndDamagedZips) {
   }
 }
 
-TEST(GenCPLibrary, TemplatesVersionAndParameters) {
-  char buffer[64];
-  CLUINT32 size = sizeof buffer;
-  ASSERT_EQ(clpGetShortDeviceIDTemplates(buffer, &size), CL_ERR_NO_ERR);
-  EXPECT_STREQ(buffer, "Hexmar");
+// (Its template is pinned by discovery in the end-to-end suite.)
+TEST(GenCPLibrary, VersionAndParameters) {
   CLUINT32 major = 0, minor = 0;
   ASSERT_EQ(clpGetCLProtocolVersion(&major, &minor), CL_ERR_NO_ERR);
   EXPECT_EQ(major, 1u);

@@ -46,16 +46,15 @@ TEST(GenCPWire, DecodeRecognisesDamage) {
   EXPECT_EQ(p.m_Scd, (Bytes{1, 2, 3, 4}));
 
   EXPECT_EQ(CPacket::Decode(good.data(), good.size() - 1, p, used), CPacket::EDecode::Incomplete);
-  Bytes header = good;
-  header[11] ^= 1;
-  EXPECT_EQ(CPacket::Decode(header.data(), header.size(), p, used), CPacket::EDecode::BadCcd);
-  Bytes data = good;
-  data[17] ^= 1;
-  EXPECT_EQ(CPacket::Decode(data.data(), data.size(), p, used), CPacket::EDecode::BadScd);
-  Bytes foreign = good;
-  foreign[1] = 'x';
-  EXPECT_EQ(CPacket::Decode(foreign.data(), foreign.size(), p, used),
-            CPacket::EDecode::BadPreamble);
+  // A flipped bit in the header, in the data, and a byte of another protocol's preamble.
+  const std::pair<std::size_t, CPacket::EDecode> damages[] = {{11, CPacket::EDecode::BadCcd},
+                                                              {17, CPacket::EDecode::BadScd},
+                                                              {1, CPacket::EDecode::BadPreamble}};
+  for (const auto& [at, result] : damages) {
+    Bytes damaged = good;
+    damaged[at] ^= 1;
+    EXPECT_EQ(CPacket::Decode(damaged.data(), damaged.size(), p, used), result) << at;
+  }
   // A length beyond the packet limit, under a header checksum that fits it.
   Bytes packet = CPacket::Ack(0, GenCP::ReadMemAck, 1).Encode();
   packet[12] = 0xFF; // length 0xFF00
@@ -63,21 +62,6 @@ TEST(GenCPWire, DecodeRecognisesDamage) {
   packet[2] = static_cast<std::uint8_t>(sum >> 8);
   packet[3] = static_cast<std::uint8_t>(sum);
   EXPECT_EQ(CPacket::Decode(packet.data(), packet.size(), p, used), CPacket::EDecode::BadCcd);
-}
-
-TEST(GenCPWire, ZipRoundTripAndDamage) {
-  Bytes content(5000);
-  for (std::size_t i = 0; i < content.size(); ++i)
-    content[i] = static_cast<std::uint8_t>("<xml/>"[i % 6]);
-  Bytes zip = GenCP::CMemoryZip::Zip("a.xml", content);
-  ASSERT_FALSE(zip.empty());
-  EXPECT_LT(zip.size(), content.size());
-  Bytes out;
-  ASSERT_TRUE(GenCP::CMemoryZip::UnzipFirst(zip, out));
-  EXPECT_EQ(out, content);
-  zip[zip.size() / 3] ^= 0x40;
-  EXPECT_FALSE(GenCP::CMemoryZip::UnzipFirst(zip, out));
-  EXPECT_FALSE(GenCP::CMemoryZip::UnzipFirst(Bytes{'n', 'o', 't', 'z', 'i', 'p'}, out));
 }
 
 // A one-entry archive as other zip writers lay it out; with `zip64` the directory holds
@@ -153,6 +137,8 @@ TEST(GenCPWire, UnzipTakesZip64AndRefusesWhatDoesNotMatchItsDeclaredSize) {
         << c.what;
     EXPECT_EQ(out, c.loads ? c.content : Bytes()) << c.what;
   }
+  Bytes out;
+  EXPECT_FALSE(GenCP::CMemoryZip::UnzipFirst(Bytes{'n', 'o', 't', 'z', 'i', 'p'}, out));
 }
 
 TEST(GenCPWire, Sha1OfKnownTexts) {

@@ -21,10 +21,13 @@ TEST(DeviceInfo, CopiesKeepEveryPropertyAndAnyDeviceClass) {
   EXPECT_EQ(assigned.GetDeviceClass(), "OtherCameraLink");
 }
 
+// A record an application makes is user provided; one the transport layer found is not, in every
+// copy.
 TEST(DeviceInfo, EnumeratedRecordsAreNotUserProvided) {
+  EXPECT_TRUE(CDeviceInfo().IsUserProvided());
   CVorlaCLSerTlDeviceInfoImpl found;
   EXPECT_FALSE(found.IsUserProvided());
   EXPECT_EQ(found.GetDeviceClass(), "HexmarCameraLink");
-  const CDeviceInfo asHostSees(found);
-  EXPECT_FALSE(asHostSees.IsUserProvided());
+  const DeviceInfoList asHostSees{CDeviceInfo(found)};
+  EXPECT_FALSE(asHostSees[0].IsUserProvided());
 }

@@ -1,12 +1,11 @@
 #include <VorlaBase/DeviceInfo.h>
-#include <VorlaBase/InfoImpl.h>
-#include <VorlaBase/TlInfo.h>
 
 #include <gtest/gtest.h>
 
 using namespace Vorla;
 
-TEST(InfoBase, AbsentPropertiesAnswerTheMarker) {
+// An absent property answers the marker; setting one replaces its value and keeps its place.
+TEST(InfoBase, AbsentPropertiesAnswerTheMarkerAndSetReplacesKeepingTheFirstOrder) {
   CDeviceInfo info;
   gcstring value = "untouched";
   EXPECT_FALSE(info.GetPropertyValue("PortID", value));
@@ -16,16 +15,12 @@ TEST(InfoBase, AbsentPropertiesAnswerTheMarker) {
   info.SetSerialNumber("");
   EXPECT_TRUE(info.IsSerialNumberAvailable());
   EXPECT_EQ(info.GetSerialNumber(), "");
-}
-
-TEST(InfoBase, SetReplacesAndKeepsFirstOrder) {
-  CTlInfo info;
   info.SetDeviceClass("A").SetFullName("F");
-  info.SetDeviceClass("B");
+  info.SetSerialNumber("B");
   gcstring_vector names;
-  EXPECT_EQ(info.GetPropertyNames(names), 2u);
-  EXPECT_EQ(names, (gcstring_vector{"DeviceClass", "FullName"}));
-  EXPECT_EQ(info.GetDeviceClass(), "B");
+  EXPECT_EQ(info.GetPropertyNames(names), 3u);
+  EXPECT_EQ(names, (gcstring_vector{"SerialNumber", "DeviceClass", "FullName"}));
+  EXPECT_EQ(info.GetSerialNumber(), "B");
 }
 
 TEST(InfoBase, SubsetNeedsEveryFilterPropertyWithAnEqualValue) {
@@ -45,15 +40,4 @@ TEST(InfoBase, SubsetNeedsEveryFilterPropertyWithAnEqualValue) {
   CDeviceInfo other;
   other.SetDeviceClass("hexmarcameralink");
   EXPECT_FALSE(device.IsSubset(other));
-}
-
-TEST(InfoBase, UserProvidedFlagSurvivesCopiesAndCanBeCleared) {
-  CDeviceInfo info;
-  EXPECT_TRUE(info.IsUserProvided());
-  CInfoImpl::ClearUserProvidedFlag(info);
-  EXPECT_FALSE(info.IsUserProvided());
-  const CDeviceInfo copy(info);
-  EXPECT_FALSE(copy.IsUserProvided());
-  DeviceInfoList list{copy};
-  EXPECT_FALSE(list[0].IsUserProvided());
 }

@@ -6,13 +6,6 @@
 #include <string>
 #include <thread>
 
-TEST(Logging, CategoriesAreStableByName) {
-  const auto a = vxlog::LogGetCatID("Vorla.CLSer.Port");
-  EXPECT_EQ(vxlog::LogGetCatID("Vorla.CLSer.Port"), a);
-  EXPECT_NE(vxlog::LogGetCatID("Vorla.CLSer.TL"), a);
-  EXPECT_EQ(vxlog::LogGetCatName(a), "Vorla.CLSer.Port");
-}
-
 TEST(Logging, CaptureRecordsExactLinesWithCategoryAndLevel) {
   vxlog::CLogCapture capture;
   const auto cat = vxlog::LogGetCatID("Vorla.CLSer.TL");

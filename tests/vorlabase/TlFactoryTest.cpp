@@ -11,15 +11,6 @@ using UseTl = testsupport::CEnvGuard;
 const char* const Var = "VORLA_USE_TL";
 } // namespace
 
-TEST(TlFactory, FindsTheCameraLinkPluginInTheBuildTree) {
-  UseTl unset(Var, nullptr);
-  TlInfoList tls;
-  CTlFactory::GetInstance().EnumerateTls(tls);
-  ASSERT_EQ(tls.size(), 1u) << CTlFactory::GetInstance().GetPluginFolder();
-  EXPECT_EQ(tls[0].GetDeviceClass(), "HexmarCameraLink");
-  EXPECT_EQ(tls[0].GetFullName(), "Camera Link/HexmarCameraLink 2.3.5.2633");
-}
-
 TEST(TlFactory, HonoursTheEnvironmentRestriction) {
   {
     UseTl other(Var, "SomeOtherClass");
@@ -32,9 +23,14 @@ TEST(TlFactory, HonoursTheEnvironmentRestriction) {
   EXPECT_EQ(CTlFactory::GetInstance().EnumerateTls(tls), 1);
 }
 
-TEST(TlFactory, CountsReferencesUntilTheLastReleaseDestroys) {
+TEST(TlFactory, FindsThePluginInTheBuildTreeAndCountsReferencesUntilTheLastReleaseDestroys) {
   UseTl unset(Var, nullptr);
   CTlFactory& factory = CTlFactory::GetInstance();
+  TlInfoList tls;
+  factory.EnumerateTls(tls);
+  ASSERT_EQ(tls.size(), 1u) << factory.GetPluginFolder();
+  EXPECT_EQ(tls[0].GetDeviceClass(), "HexmarCameraLink");
+  EXPECT_EQ(tls[0].GetFullName(), "Camera Link/HexmarCameraLink 2.3.5.2633");
   EXPECT_EQ(factory.CreateTl("NoSuchClass"), nullptr);
   ITransportLayer* first = factory.CreateTl("HexmarCameraLink");
   ASSERT_NE(first, nullptr);

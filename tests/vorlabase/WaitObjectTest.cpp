@@ -20,7 +20,7 @@ bool Readable(const WaitObjectEx& w) {
 }
 } // namespace
 
-TEST(WaitObject, ManualResetStaysSignalledAndItsDescriptorFollows) {
+TEST(WaitObject, ManualResetStaysSignalledAutoResetLetsOneWaitThroughPerSignal) {
   AlertableWaitObject w(true, false);
   EXPECT_FALSE(w.Wait(0));
   EXPECT_FALSE(Readable(w));
@@ -35,14 +35,11 @@ TEST(WaitObject, ManualResetStaysSignalledAndItsDescriptorFollows) {
   const AlertableWaitObject signalled(true, true);
   EXPECT_TRUE(Readable(signalled));
   EXPECT_TRUE(signalled.Wait(0));
-}
-
-TEST(WaitObject, AutoResetLetsOneWaitThroughPerSignal) {
-  WaitObjectEx w(false, false);
-  w.Signal();
-  EXPECT_TRUE(w.Wait(0));
-  EXPECT_FALSE(w.Wait(0));
-  EXPECT_FALSE(Readable(w));
+  WaitObjectEx automatic(false, false);
+  automatic.Signal();
+  EXPECT_TRUE(automatic.Wait(0));
+  EXPECT_FALSE(automatic.Wait(0));
+  EXPECT_FALSE(Readable(automatic));
 }
 
 TEST(WaitObject, WaitsEndBySignalOrAlertFromAnotherThread) {

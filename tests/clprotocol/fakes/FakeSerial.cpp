@@ -1,11 +1,15 @@
 // A serial library with three in-memory ports: "echo" answers every write with the same bytes,
 // "dead" never answers, "busy" cannot be opened.
+#include "FakeState.h"
+
 #include <CLProtocol/ClSerial.h>
 #include <platform/Visibility.h>
 
-#include <cstring>
 #include <deque>
-#include <string>
+
+extern "C" {
+VORLA_DLL_EXPORT SFakeSerialState fakeSerialState;
+}
 
 namespace {
 
@@ -17,43 +21,15 @@ struct SPort {
 };
 
 SPort g_ports[2] = {{0, {}}, {1, {}}};
-CLUINT32 g_supported = 0xFF;
-CLUINT32 g_baud = CL_BAUDRATE_9600;
-CLUINT32 g_lastReadTimeout = 0;
-int g_open = 0;
-
-CLINT32 Copy(const std::string& text, CLINT8* buffer, CLUINT32* size) {
-  const CLUINT32 needed = static_cast<CLUINT32>(text.size() + 1);
-  if (!buffer || *size < needed) {
-    *size = needed;
-    return CL_ERR_BUFFER_TOO_SMALL;
-  }
-  std::memcpy(buffer, text.c_str(), needed);
-  *size = needed;
-  return CL_ERR_NO_ERR;
-}
+SFakeSerialState& g_State = fakeSerialState;
 
 } // namespace
 
 extern "C" {
 
-// Test controls.
-VORLA_DLL_EXPORT void fakeSerialSetSupported(CLUINT32 mask) {
-  g_supported = mask;
-}
-VORLA_DLL_EXPORT CLUINT32 fakeSerialBaud() {
-  return g_baud;
-}
-VORLA_DLL_EXPORT CLUINT32 fakeSerialLastReadTimeout() {
-  return g_lastReadTimeout;
-}
-VORLA_DLL_EXPORT int fakeSerialOpenCount() {
-  return g_open;
-}
-
 VORLA_DLL_EXPORT CLINT32 clGetManufacturerInfo(CLINT8* name, CLUINT32* size, CLUINT32* version) {
   *version = CL_DLL_VERSION_1_1;
-  return Copy("Fake", name, size);
+  return FakeCopy("Fake", name, size);
 }
 VORLA_DLL_EXPORT CLINT32 clGetNumSerialPorts(CLUINT32* n) {
   *n = 3;
@@ -62,7 +38,7 @@ VORLA_DLL_EXPORT CLINT32 clGetNumSerialPorts(CLUINT32* n) {
 VORLA_DLL_EXPORT CLINT32 clGetSerialPortIdentifier(CLUINT32 index, CLINT8* id, CLUINT32* size) {
   if (index >= 3)
     return CL_ERR_INVALID_INDEX;
-  return Copy(kPorts[index], id, size);
+  return FakeCopy(kPorts[index], id, size);
 }
 VORLA_DLL_EXPORT CLINT32 clSerialInit(CLUINT32 index, hSerRef* ref) {
   if (index == 2)
@@ -70,15 +46,15 @@ VORLA_DLL_EXPORT CLINT32 clSerialInit(CLUINT32 index, hSerRef* ref) {
   if (index > 2)
     return CL_ERR_INVALID_INDEX;
   g_ports[index].rx.clear();
-  g_baud = CL_BAUDRATE_9600;
-  ++g_open;
+  g_State.m_Baud = CL_BAUDRATE_9600;
+  ++g_State.m_Open;
   *ref = &g_ports[index];
   return CL_ERR_NO_ERR;
 }
 VORLA_DLL_EXPORT CLINT32 clSerialRead(hSerRef ref, CLINT8* buffer, CLUINT32* size,
                                       CLUINT32 timeout) {
   SPort* port = static_cast<SPort*>(ref);
-  g_lastReadTimeout = timeout;
+  g_State.m_LastReadTimeout = timeout;
   if (port->rx.size() < *size)
     return CL_ERR_TIMEOUT; // no sleeping: the tests stay fast
   for (CLUINT32 i = 0; i < *size; ++i) {
@@ -94,25 +70,25 @@ VORLA_DLL_EXPORT CLINT32 clSerialWrite(hSerRef ref, CLINT8* buffer, CLUINT32* si
   return CL_ERR_NO_ERR;
 }
 VORLA_DLL_EXPORT void clSerialClose(hSerRef) {
-  --g_open;
+  --g_State.m_Open;
 }
 VORLA_DLL_EXPORT CLINT32 clFlushPort(hSerRef ref) {
   static_cast<SPort*>(ref)->rx.clear();
   return CL_ERR_NO_ERR;
 }
 VORLA_DLL_EXPORT CLINT32 clGetSupportedBaudRates(hSerRef, CLUINT32* bits) {
-  *bits = g_supported;
+  *bits = g_State.m_Supported;
   return CL_ERR_NO_ERR;
 }
 VORLA_DLL_EXPORT CLINT32 clSetBaudRate(hSerRef, CLUINT32 bit) {
-  if (!(bit & g_supported))
+  if (!(bit & g_State.m_Supported))
     return CL_ERR_BAUD_RATE_NOT_SUPPORTED;
-  g_baud = bit;
+  g_State.m_Baud = bit;
   return CL_ERR_NO_ERR;
 }
 VORLA_DLL_EXPORT CLINT32 clGetErrorText(CLINT32 code, CLINT8* text, CLUINT32* size) {
   if (code == CL_ERR_PORT_IN_USE)
-    return Copy("Fake port is busy", text, size);
+    return FakeCopy("Fake port is busy", text, size);
   return CL_ERR_ERROR_NOT_FOUND;
 }
 
