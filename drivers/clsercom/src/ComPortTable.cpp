@@ -34,6 +34,7 @@ CComPortTable& CComPortTable::Instance() {
 std::vector<std::string> CComPortTable::Devices() {
   // The process environment itself, so that a change made with SetEnvironmentVariable counts.
   char list[4096];
+  ::SetLastError(ERROR_SUCCESS); // an empty list reads as 0 too, and leaves the last error alone
   const DWORD length = ::GetEnvironmentVariableA("CLSERCOM_PORTS", list, sizeof list);
   if (length == 0 && ::GetLastError() == ERROR_ENVVAR_NOT_FOUND)
     return SystemPorts();
