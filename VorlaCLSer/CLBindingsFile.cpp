@@ -13,6 +13,7 @@
 #include <xercesc/util/XMLString.hpp>
 #include <xercesc/util/XMLUniDefs.hpp>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -57,7 +58,14 @@ unsigned int CCLBindingsFile::ParseCLBindingsFile(const char* path, PortConfigur
                                 GenApi::CSafeXmlReader::ConfigurationDocumentText);
   const xercesc::DOMDocument* document = nullptr;
   try {
-    const std::unique_ptr<XMLCh, SXercesRelease> xmlPath(xercesc::XMLString::transcode(path));
+    gcstring filePath(path);
+#if defined(_WIN32)
+    // Xerces takes a path that does not begin with '\' or a drive for a relative one and puts
+    // the current folder in front, even "/dir/file", which the C runtime opened above.
+    std::replace(filePath.begin(), filePath.end(), '/', '\\');
+#endif
+    const std::unique_ptr<XMLCh, SXercesRelease> xmlPath(
+        xercesc::XMLString::transcode(filePath.c_str()));
     const xercesc::LocalFileInputSource source(xmlPath.get());
     document = reader.ParseDocument(source, errorHandler);
   } catch (...) {

@@ -17,45 +17,18 @@
 
 namespace {
 
-struct ClSerApi {
-  clGetManufacturerInfo_t getManufacturerInfo;
-  clGetNumSerialPorts_t getNumSerialPorts;
-  clGetSerialPortIdentifier_t getSerialPortIdentifier;
-  clSerialInit_t serialInit;
-  clSerialRead_t serialRead;
-  clSerialWrite_t serialWrite;
-  clSerialClose_t serialClose;
-  clGetNumBytesAvail_t getNumBytesAvail;
-  clFlushPort_t flushPort;
-  clGetSupportedBaudRates_t getSupportedBaudRates;
-  clSetBaudRate_t setBaudRate;
-  clGetErrorText_t getErrorText;
-};
+// A function of the library, looked up by name: Cl(clSerialInit)(0, &ref).
+#define Cl(name) reinterpret_cast<name##_t>(ClSerTtyTest::Symbol(#name))
 
 class ClSerTtyTest : public ::testing::Test {
 protected:
   static void SetUpTestSuite() {
     ASSERT_TRUE(s_library.Load(CLSERTTY_MODULE)) << s_library.LastError();
-    auto sym = [](const char* name) {
-      void* p = s_library.Symbol(name);
-      EXPECT_NE(p, nullptr) << name;
-      return p;
-    };
-    s_api.getManufacturerInfo =
-        reinterpret_cast<clGetManufacturerInfo_t>(sym("clGetManufacturerInfo"));
-    s_api.getNumSerialPorts = reinterpret_cast<clGetNumSerialPorts_t>(sym("clGetNumSerialPorts"));
-    s_api.getSerialPortIdentifier =
-        reinterpret_cast<clGetSerialPortIdentifier_t>(sym("clGetSerialPortIdentifier"));
-    s_api.serialInit = reinterpret_cast<clSerialInit_t>(sym("clSerialInit"));
-    s_api.serialRead = reinterpret_cast<clSerialRead_t>(sym("clSerialRead"));
-    s_api.serialWrite = reinterpret_cast<clSerialWrite_t>(sym("clSerialWrite"));
-    s_api.serialClose = reinterpret_cast<clSerialClose_t>(sym("clSerialClose"));
-    s_api.getNumBytesAvail = reinterpret_cast<clGetNumBytesAvail_t>(sym("clGetNumBytesAvail"));
-    s_api.flushPort = reinterpret_cast<clFlushPort_t>(sym("clFlushPort"));
-    s_api.getSupportedBaudRates =
-        reinterpret_cast<clGetSupportedBaudRates_t>(sym("clGetSupportedBaudRates"));
-    s_api.setBaudRate = reinterpret_cast<clSetBaudRate_t>(sym("clSetBaudRate"));
-    s_api.getErrorText = reinterpret_cast<clGetErrorText_t>(sym("clGetErrorText"));
+  }
+  static void* Symbol(const char* name) {
+    void* p = s_library.Symbol(name);
+    EXPECT_NE(p, nullptr) << name;
+    return p;
   }
 
   void SetUp() override {
@@ -74,13 +47,13 @@ protected:
 
   void TearDown() override {
     if (m_ref)
-      s_api.serialClose(m_ref);
+      Cl(clSerialClose)(m_ref);
     if (m_master >= 0)
       ::close(m_master);
     ::unsetenv("CLSERTTY_PORTS");
   }
 
-  void Open() { ASSERT_EQ(s_api.serialInit(0, &m_ref), CL_ERR_NO_ERR); }
+  void Open() { ASSERT_EQ(Cl(clSerialInit)(0, &m_ref), CL_ERR_NO_ERR); }
 
   void PeerWrite(const std::string& bytes) {
     ASSERT_EQ(::write(m_master, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
@@ -105,7 +78,7 @@ protected:
   CLUINT32 WaitAvailable(CLUINT32 n) {
     CLUINT32 avail = 0;
     for (int i = 0; i < 500; ++i) {
-      EXPECT_EQ(s_api.getNumBytesAvail(m_ref, &avail), CL_ERR_NO_ERR);
+      EXPECT_EQ(Cl(clGetNumBytesAvail)(m_ref, &avail), CL_ERR_NO_ERR);
       if (avail >= n)
         break;
       std::this_thread::sleep_for(std::chrono::milliseconds(2));
@@ -114,66 +87,64 @@ protected:
   }
 
   static Vorla::Platform::CDynamicLibrary s_library;
-  static ClSerApi s_api;
   int m_master = -1;
   std::string m_slave;
   hSerRef m_ref = nullptr;
 };
 
 Vorla::Platform::CDynamicLibrary ClSerTtyTest::s_library;
-ClSerApi ClSerTtyTest::s_api;
 
 TEST_F(ClSerTtyTest, ReportsManufacturerAndPortsFromEnvironment) {
   CLUINT32 size = 2, version = 0;
   char name[64];
-  EXPECT_EQ(s_api.getManufacturerInfo(name, &size, &version), CL_ERR_BUFFER_TOO_SMALL);
+  EXPECT_EQ(Cl(clGetManufacturerInfo)(name, &size, &version), CL_ERR_BUFFER_TOO_SMALL);
   EXPECT_EQ(size, 4u);
   size = sizeof name;
-  ASSERT_EQ(s_api.getManufacturerInfo(name, &size, &version), CL_ERR_NO_ERR);
+  ASSERT_EQ(Cl(clGetManufacturerInfo)(name, &size, &version), CL_ERR_NO_ERR);
   EXPECT_STREQ(name, "TTY");
   EXPECT_EQ(version, static_cast<CLUINT32>(CL_DLL_VERSION_1_1));
 
   CLUINT32 count = 0;
-  ASSERT_EQ(s_api.getNumSerialPorts(&count), CL_ERR_NO_ERR);
+  ASSERT_EQ(Cl(clGetNumSerialPorts)(&count), CL_ERR_NO_ERR);
   EXPECT_EQ(count, 2u);
   size = sizeof name;
-  ASSERT_EQ(s_api.getSerialPortIdentifier(0, name, &size), CL_ERR_NO_ERR);
+  ASSERT_EQ(Cl(clGetSerialPortIdentifier)(0, name, &size), CL_ERR_NO_ERR);
   EXPECT_EQ(std::string(name), m_slave.substr(5)); // "pts/N"
   EXPECT_EQ(size, m_slave.size() - 5 + 1);
   size = sizeof name;
-  EXPECT_EQ(s_api.getSerialPortIdentifier(2, name, &size), CL_ERR_INVALID_INDEX);
+  EXPECT_EQ(Cl(clGetSerialPortIdentifier)(2, name, &size), CL_ERR_INVALID_INDEX);
 }
 
 TEST_F(ClSerTtyTest, OpeningIsExclusiveAndFailsForMissingDevice) {
   hSerRef other = nullptr;
-  EXPECT_EQ(s_api.serialInit(1, &other), CL_ERR_PORT_IN_USE);
-  EXPECT_EQ(s_api.serialInit(2, &other), CL_ERR_INVALID_INDEX);
+  EXPECT_EQ(Cl(clSerialInit)(1, &other), CL_ERR_PORT_IN_USE);
+  EXPECT_EQ(Cl(clSerialInit)(2, &other), CL_ERR_INVALID_INDEX);
   Open();
-  EXPECT_EQ(s_api.serialInit(0, &other), CL_ERR_PORT_IN_USE);
-  s_api.serialClose(m_ref);
+  EXPECT_EQ(Cl(clSerialInit)(0, &other), CL_ERR_PORT_IN_USE);
+  Cl(clSerialClose)(m_ref);
   m_ref = nullptr;
-  ASSERT_EQ(s_api.serialInit(0, &other), CL_ERR_NO_ERR);
-  s_api.serialClose(other);
+  ASSERT_EQ(Cl(clSerialInit)(0, &other), CL_ERR_NO_ERR);
+  Cl(clSerialClose)(other);
 }
 
 TEST_F(ClSerTtyTest, ClosedOrForeignHandlesAreRejected) {
   Open();
   hSerRef stale = m_ref;
-  s_api.serialClose(m_ref);
+  Cl(clSerialClose)(m_ref);
   m_ref = nullptr;
   char c = 0;
   CLUINT32 n = 1;
-  EXPECT_EQ(s_api.serialRead(stale, &c, &n, 10), CL_ERR_INVALID_REFERENCE);
-  EXPECT_EQ(s_api.serialWrite(stale, &c, &n, 10), CL_ERR_INVALID_REFERENCE);
-  EXPECT_EQ(s_api.flushPort(reinterpret_cast<hSerRef>(&c)), CL_ERR_INVALID_REFERENCE);
-  s_api.serialClose(stale); // a second close is harmless
+  EXPECT_EQ(Cl(clSerialRead)(stale, &c, &n, 10), CL_ERR_INVALID_REFERENCE);
+  EXPECT_EQ(Cl(clSerialWrite)(stale, &c, &n, 10), CL_ERR_INVALID_REFERENCE);
+  EXPECT_EQ(Cl(clFlushPort)(reinterpret_cast<hSerRef>(&c)), CL_ERR_INVALID_REFERENCE);
+  Cl(clSerialClose)(stale); // a second close is harmless
 }
 
 TEST_F(ClSerTtyTest, WritesReachThePeer) {
   Open();
   char data[] = "\x01\x00hello";
   CLUINT32 n = 7;
-  ASSERT_EQ(s_api.serialWrite(m_ref, data, &n, 1000), CL_ERR_NO_ERR);
+  ASSERT_EQ(Cl(clSerialWrite)(m_ref, data, &n, 1000), CL_ERR_NO_ERR);
   EXPECT_EQ(n, 7u);
   EXPECT_EQ(PeerRead(7), std::string(data, 7));
 }
@@ -184,14 +155,12 @@ TEST_F(ClSerTtyTest, TimedOutReadCopiesNothingAndKeepsTheBytes) {
   ASSERT_EQ(WaitAvailable(2), 2u);
   char buf[4] = {'x', 'x', 'x', 'x'};
   CLUINT32 n = 4;
-  EXPECT_EQ(s_api.serialRead(m_ref, buf, &n, 20), CL_ERR_TIMEOUT);
+  EXPECT_EQ(Cl(clSerialRead)(m_ref, buf, &n, 20), CL_ERR_TIMEOUT);
   EXPECT_EQ(std::string(buf, 4), "xxxx");
-  CLUINT32 avail = 0;
-  ASSERT_EQ(s_api.getNumBytesAvail(m_ref, &avail), CL_ERR_NO_ERR);
-  EXPECT_EQ(avail, 2u);
+  EXPECT_EQ(WaitAvailable(2), 2u);
   PeerWrite("cd");
   n = 4;
-  ASSERT_EQ(s_api.serialRead(m_ref, buf, &n, 2000), CL_ERR_NO_ERR);
+  ASSERT_EQ(Cl(clSerialRead)(m_ref, buf, &n, 2000), CL_ERR_NO_ERR);
   EXPECT_EQ(std::string(buf, 4), "abcd");
 }
 
@@ -205,11 +174,11 @@ TEST_F(ClSerTtyTest, ReadWaitsForBytesThatArriveLater) {
   });
   char buf[5];
   CLUINT32 n = 5;
-  EXPECT_EQ(s_api.serialRead(m_ref, buf, &n, 5000), CL_ERR_NO_ERR);
+  EXPECT_EQ(Cl(clSerialRead)(m_ref, buf, &n, 5000), CL_ERR_NO_ERR);
   peer.join();
   EXPECT_EQ(std::string(buf, 5), "12345");
   n = 0;
-  EXPECT_EQ(s_api.serialRead(m_ref, buf, &n, 0), CL_ERR_NO_ERR);
+  EXPECT_EQ(Cl(clSerialRead)(m_ref, buf, &n, 0), CL_ERR_NO_ERR);
 }
 
 TEST_F(ClSerTtyTest, FlushDiscardsReceivedBytes) {
@@ -218,21 +187,19 @@ TEST_F(ClSerTtyTest, FlushDiscardsReceivedBytes) {
   ASSERT_EQ(WaitAvailable(4), 4u);
   char buf[4];
   CLUINT32 n = 8; // more than there is: the four bytes land in the pending queue
-  EXPECT_EQ(s_api.serialRead(m_ref, buf, &n, 5), CL_ERR_TIMEOUT);
-  ASSERT_EQ(s_api.flushPort(m_ref), CL_ERR_NO_ERR);
-  CLUINT32 avail = 99;
-  ASSERT_EQ(s_api.getNumBytesAvail(m_ref, &avail), CL_ERR_NO_ERR);
-  EXPECT_EQ(avail, 0u);
+  EXPECT_EQ(Cl(clSerialRead)(m_ref, buf, &n, 5), CL_ERR_TIMEOUT);
+  ASSERT_EQ(Cl(clFlushPort)(m_ref), CL_ERR_NO_ERR);
+  EXPECT_EQ(WaitAvailable(0), 0u);
   PeerWrite("ok");
   n = 2;
-  ASSERT_EQ(s_api.serialRead(m_ref, buf, &n, 2000), CL_ERR_NO_ERR);
+  ASSERT_EQ(Cl(clSerialRead)(m_ref, buf, &n, 2000), CL_ERR_NO_ERR);
   EXPECT_EQ(std::string(buf, 2), "ok");
 }
 
 TEST_F(ClSerTtyTest, BaudRateBitsMapOntoTheLine) {
   Open();
   CLUINT32 mask = 0;
-  ASSERT_EQ(s_api.getSupportedBaudRates(m_ref, &mask), CL_ERR_NO_ERR);
+  ASSERT_EQ(Cl(clGetSupportedBaudRates)(m_ref, &mask), CL_ERR_NO_ERR);
   EXPECT_EQ(mask, 0xFFu);
   const int probe = ::open(m_slave.c_str(), O_RDWR | O_NOCTTY);
   ASSERT_GE(probe, 0);
@@ -240,17 +207,17 @@ TEST_F(ClSerTtyTest, BaudRateBitsMapOntoTheLine) {
   ASSERT_EQ(::tcgetattr(probe, &tio), 0);
   EXPECT_EQ(::cfgetospeed(&tio), static_cast<speed_t>(B9600));
   EXPECT_EQ(tio.c_cflag & (CSIZE | PARENB | CSTOPB), static_cast<tcflag_t>(CS8));
-  ASSERT_EQ(s_api.setBaudRate(m_ref, CL_BAUDRATE_115200), CL_ERR_NO_ERR);
+  ASSERT_EQ(Cl(clSetBaudRate)(m_ref, CL_BAUDRATE_115200), CL_ERR_NO_ERR);
   ASSERT_EQ(::tcgetattr(probe, &tio), 0);
   EXPECT_EQ(::cfgetospeed(&tio), static_cast<speed_t>(B115200));
-  ASSERT_EQ(s_api.setBaudRate(m_ref, CL_BAUDRATE_921600), CL_ERR_NO_ERR);
+  ASSERT_EQ(Cl(clSetBaudRate)(m_ref, CL_BAUDRATE_921600), CL_ERR_NO_ERR);
   ASSERT_EQ(::tcgetattr(probe, &tio), 0);
   EXPECT_EQ(::cfgetospeed(&tio), static_cast<speed_t>(B921600));
   ::close(probe);
-  EXPECT_EQ(s_api.setBaudRate(m_ref, 0), CL_ERR_BAUD_RATE_NOT_SUPPORTED);
-  EXPECT_EQ(s_api.setBaudRate(m_ref, CL_BAUDRATE_9600 | CL_BAUDRATE_19200),
+  EXPECT_EQ(Cl(clSetBaudRate)(m_ref, 0), CL_ERR_BAUD_RATE_NOT_SUPPORTED);
+  EXPECT_EQ(Cl(clSetBaudRate)(m_ref, CL_BAUDRATE_9600 | CL_BAUDRATE_19200),
             CL_ERR_BAUD_RATE_NOT_SUPPORTED);
-  EXPECT_EQ(s_api.setBaudRate(m_ref, CL_BAUDRATE_AUTOMAX), CL_ERR_BAUD_RATE_NOT_SUPPORTED);
+  EXPECT_EQ(Cl(clSetBaudRate)(m_ref, CL_BAUDRATE_AUTOMAX), CL_ERR_BAUD_RATE_NOT_SUPPORTED);
 }
 
 TEST_F(ClSerTtyTest, VanishedPeerGivesTimeoutsNotErrorsOrHangs) {
@@ -259,22 +226,22 @@ TEST_F(ClSerTtyTest, VanishedPeerGivesTimeoutsNotErrorsOrHangs) {
   m_master = -1;
   char buf[2] = {};
   CLUINT32 n = 2;
-  EXPECT_EQ(s_api.serialRead(m_ref, buf, &n, 30), CL_ERR_TIMEOUT);
+  EXPECT_EQ(Cl(clSerialRead)(m_ref, buf, &n, 30), CL_ERR_TIMEOUT);
   n = 2;
-  EXPECT_EQ(s_api.serialWrite(m_ref, buf, &n, 30), CL_ERR_TIMEOUT);
+  EXPECT_EQ(Cl(clSerialWrite)(m_ref, buf, &n, 30), CL_ERR_TIMEOUT);
   EXPECT_EQ(n, 0u);
 }
 
 TEST_F(ClSerTtyTest, ErrorTextsAreTheStandardOnes) {
   char text[64];
   CLUINT32 size = sizeof text;
-  ASSERT_EQ(s_api.getErrorText(CL_ERR_TIMEOUT, text, &size), CL_ERR_NO_ERR);
+  ASSERT_EQ(Cl(clGetErrorText)(CL_ERR_TIMEOUT, text, &size), CL_ERR_NO_ERR);
   EXPECT_STREQ(text, "Timeout");
   size = 3;
-  EXPECT_EQ(s_api.getErrorText(CL_ERR_PORT_IN_USE, text, &size), CL_ERR_BUFFER_TOO_SMALL);
+  EXPECT_EQ(Cl(clGetErrorText)(CL_ERR_PORT_IN_USE, text, &size), CL_ERR_BUFFER_TOO_SMALL);
   EXPECT_EQ(size, sizeof("Port in use"));
   size = sizeof text;
-  EXPECT_EQ(s_api.getErrorText(-12345, text, &size), CL_ERR_ERROR_NOT_FOUND);
+  EXPECT_EQ(Cl(clGetErrorText)(-12345, text, &size), CL_ERR_ERROR_NOT_FOUND);
 }
 
 } // namespace

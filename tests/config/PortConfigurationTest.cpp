@@ -43,37 +43,39 @@ protected:
   vxlog::CLogCapture m_log;
 };
 
-// VORLA_CL_BINDINGS names the folder (empty: the current one); unset, the first folder of
-// XDG_CONFIG_DIRS (or /etc/xdg) holds Hexmar/CLBindings.
-TEST_F(PortConfiguration, ThePathComesFromTheVariableOrTheMachineFolder) {
-  struct SCase {
-    const char *m_Bindings, *m_Xdg, *m_Path;
-  };
-  for (const SCase& c :
-       {SCase{"/opt/cameras", nullptr, "/opt/cameras/PortConfiguration_x64.xml"},
-        SCase{"/opt/cameras/", nullptr, "/opt/cameras/PortConfiguration_x64.xml"},
-        SCase{"", "/must/not/be/used", kFileName},
-        SCase{nullptr, "/srv/xdg:/etc/xdg", "/srv/xdg/Hexmar/CLBindings/PortConfiguration_x64.xml"},
-        SCase{nullptr, nullptr, "/etc/xdg/Hexmar/CLBindings/PortConfiguration_x64.xml"}}) {
-    c.m_Bindings ? m_bindings.Set(c.m_Bindings) : m_bindings.Unset();
-    c.m_Xdg ? m_xdg.Set(c.m_Xdg) : m_xdg.Unset();
-    EXPECT_EQ(CPortConfiguration::BuildPath(), c.m_Path);
+// VORLA_CL_BINDINGS names the folder (empty: the current one) whatever else is set.
+TEST_F(PortConfiguration, ThePathComesFromTheVariable) {
+  const std::string folder = fs::path("/opt/cameras/").make_preferred().string();
+  m_xdg.Set("/must/not/be/used");
+  for (const auto& [bindings, path] :
+       {std::pair<std::string, std::string>{folder, folder + kFileName},
+        {folder.substr(0, folder.size() - 1), folder + kFileName},
+        {"", kFileName}}) {
+    m_bindings.Set(bindings);
+    EXPECT_EQ(CPortConfiguration::BuildPath(), path);
   }
-
   Write(Document(Port("here")));
   CWorkingDirectoryGuard cwd(m_folder.Path());
-  m_bindings.Set("");
-  EXPECT_EQ(m_config.LoadPortConfiguration(), 1u);
+  ASSERT_EQ(m_config.LoadPortConfiguration(), 1u);
   EXPECT_EQ(m_config.GetPath(), kFileName);
   EXPECT_EQ(m_log.Count("Trying to load CLBindings from file 'PortConfiguration_x64.xml'"), 1u);
   EXPECT_EQ(m_config.GetTable()[0].ID, "here");
+}
+
+// Unset, the first folder of XDG_CONFIG_DIRS (or /etc/xdg) holds Hexmar/CLBindings.
+TEST_F(PortConfiguration, WithoutTheVariableTheFirstXdgConfigFolderHoldsIt) {
+  const std::string below = "/Hexmar/CLBindings/PortConfiguration_x64.xml";
+  m_bindings.Unset();
+  m_xdg.Unset();
+  EXPECT_EQ(CPortConfiguration::BuildPath(), "/etc/xdg" + below);
+  m_xdg.Set("/srv/xdg:/etc/xdg");
+  EXPECT_EQ(CPortConfiguration::BuildPath(), "/srv/xdg" + below);
 
   const fs::path folder = m_folder.Path() / "xdg" / "Hexmar" / "CLBindings";
   fs::create_directories(folder);
   WriteFile((folder / kFileName).string(), Document(Port("machine")));
-  m_bindings.Unset();
   m_xdg.Set((m_folder.Path() / "xdg").string() + ":" + m_folder.Path().string());
-  EXPECT_EQ(m_config.LoadPortConfiguration(), 1u);
+  ASSERT_EQ(m_config.LoadPortConfiguration(), 1u);
   EXPECT_EQ(m_config.GetPath(), (folder / kFileName).string());
   EXPECT_EQ(m_config.GetTable()[0].ID, "machine");
 }

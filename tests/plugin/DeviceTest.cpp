@@ -445,19 +445,23 @@ class Creation : public Device {
 protected:
   void SetUp() override {
     Device::SetUp();
-    std::ofstream(m_folder + "/camera.xml") << MarkedXml;
-    std::ofstream(m_folder + "/merge.xml") << Injected("FromMerge");
+    std::ofstream(m_folder.File("camera.xml")) << MarkedXml;
+    std::ofstream(m_folder.File("merge.xml")) << Injected("FromMerge");
   }
+  // Each binding gets a later modification time: Windows' file times here are whole seconds.
   void Bind(const std::string& binding) {
-    std::ofstream(m_folder + "/XmlFileBindings.xml")
-        << "<XmlFileBindings><Binding>" << binding << "</Binding></XmlFileBindings>";
+    const std::string file = m_folder.File("XmlFileBindings.xml");
+    std::ofstream(file) << "<XmlFileBindings><Binding>" << binding
+                        << "</Binding></XmlFileBindings>";
+    std::filesystem::last_write_time(file, std::filesystem::file_time_type::clock::now() +
+                                               std::chrono::seconds(++m_binds));
   }
   static bool Has(IVorlaDevice* device, const char* node) {
     return device->GetNodeMap()->GetNode(node) != nullptr;
   }
 
-  testsupport::CTempFolder m_temp{"VORLA_XML_BINDINGS"};
-  const std::string m_folder = m_temp.Path().string();
+  testsupport::CTempFolder m_folder{"VORLA_XML_BINDINGS"};
+  int m_binds = 0;
 };
 
 } // namespace
@@ -492,7 +496,7 @@ TEST_F(Creation, DescriptionSourcesAndMergeFilesFollowTheBinding) {
     EXPECT_EQ(Has(device, "FromMerge"), c.m_fromMerge);
     EXPECT_EQ(Has(device, "FromCaller"), c.m_fromCaller);
     EXPECT_TRUE(Has(device, "DeviceID"));
-    EXPECT_EQ(m_log.Count("Using XML from path '" + m_folder + "/camera.xml' for device '" +
+    EXPECT_EQ(m_log.Count("Using XML from path '" + m_folder.File("camera.xml") + "' for device '" +
                           fullName + "'"),
               c.m_fromFile ? 1u : 0u);
     device->Open(Control); // frees the port for the next case
@@ -522,7 +526,7 @@ TEST_F(Creation, MissingDescriptionsFailWithTheirReasonAndLeaveNothingBehind) {
 
   rig::Attach(0, "SN0");
   Bind("<XmlFile>camera.xml</XmlFile><MergeFile>absent.xml</MergeFile>");
-  EXPECT_NE(Thrown([&] { m_tl->CreateDevice(record); }).find(m_folder + "/absent.xml"),
+  EXPECT_NE(Thrown([&] { m_tl->CreateDevice(record); }).find(m_folder.File("absent.xml")),
             std::string::npos);
   m_tl = std::make_unique<CTestableTl>();
 

@@ -60,9 +60,10 @@ TEST_F(Discovery, FindsTheCamerasOfEnabledPortsInPortOrder) {
   CLProtocol::CDeviceID id;
   ASSERT_TRUE(id.FromString(deviceId));
   // Token 0 is the folder that holds the driver, as GenICam's reference module writes it.
-  EXPECT_EQ(deviceId,
-            id.GetDriverDirectory(false) + "#libCLProtocolGenCP.so#Hexmar#CamSim#HX1300#1.0#SN-0");
-  EXPECT_THAT(id.GetDriverDirectory(false), ::testing::EndsWith("/vorla/clprotocol/Linux64_x64"));
+  EXPECT_EQ(deviceId, id.GetDriverDirectory(false) + "#libCLProtocolGenCP" +
+                          Platform::CDynamicLibrary::Suffix() + "#Hexmar#CamSim#HX1300#1.0#SN-0");
+  EXPECT_THAT(id.GetDriverDirectory(false),
+              ::testing::EndsWith("/vorla/clprotocol/" + id.GetPlatformFolder()));
   EXPECT_EQ(Property(first, "PortID"), rig::PortId(0));
   EXPECT_EQ(first.GetDeviceClass(), "HexmarCameraLink");
   EXPECT_FALSE(first.IsUserProvided());

@@ -27,7 +27,8 @@ inline void UseLoopbackSerialLibrary() {
   static const bool done = [] {
     const std::string folder = testsupport::BuildDir() + "/lib/vorla-test/clserial";
     ::setenv("CLSERIALPATH", folder.c_str(), 1);
-    ::unsetenv("CLSERTTY_PORTS");
+    ::unsetenv("CLSERTTY_PORTS");      // the host's own serial libraries offer no tty
+    ::setenv("CLSERCOM_PORTS", "", 1); // nor COM port
     return true;
   }();
   (void)done;

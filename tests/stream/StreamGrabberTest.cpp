@@ -103,7 +103,7 @@ struct SLoadCase {
 TEST(StreamGrabberLoad, ChoosesAndChecksThePluginLibrary) {
   const std::string dravik = rig::CPluginRoot::Plugin("Dravik");
   const std::string melsor = rig::CPluginRoot::Plugin("Melsor");
-  const std::string missing = rig::TestRoot("emptyroot") + "/lib/vorla/fg/Dravik_MD_VC80.so";
+  const std::string missing = rig::CPluginRoot::Plugin("Dravik", "emptyroot");
   const std::string noParameters =
       "Skipping loading of Plugin DLL since there are no device specific parameters!";
   const SLoadCase cases[] = {

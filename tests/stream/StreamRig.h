@@ -32,8 +32,8 @@ class CPluginRoot {
 public:
   explicit CPluginRoot(const std::string& name = "fgroot")
       : m_root("VORLA_ROOT", (name.empty() ? testsupport::BuildDir() : TestRoot(name)).c_str()) {}
-  static std::string Plugin(const char* family) {
-    return TestRoot("fgroot") + "/lib/vorla/fg/" + family + "_MD_VC80.so";
+  static std::string Plugin(const char* family, const char* root = "fgroot") {
+    return testsupport::ModulePath(TestRoot(root), "fg", family + std::string("_MD_VC80"));
   }
 
 private:

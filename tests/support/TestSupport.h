@@ -3,6 +3,8 @@
 #include "TempFolder.h"
 
 #include <Base/GCException.h>
+#include <platform/DynamicLibrary.h>
+#include <platform/SystemPaths.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -18,6 +20,15 @@ inline std::string BuildDir() {
   return build
              ? std::string(build)
              : std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path().string();
+}
+
+//! A run-time loaded module as the host finds it below an installation root (`root`/lib, or
+//! `root`/bin on Windows, then vorla/`folder`), with the platform's separator and suffix.
+inline std::string ModulePath(const std::string& root, const char* folder,
+                              const std::string& name) {
+  return (std::filesystem::path(root) / Vorla::Platform::kLibraryFolder / "vorla" / folder /
+          (name + Vorla::Platform::CDynamicLibrary::Suffix()))
+      .string();
 }
 
 //! The description of the `E` that `call` throws, for tests that pin exact texts.

@@ -22,7 +22,7 @@ namespace {
 // A temporary folder named by VORLA_XML_BINDINGS.
 class ConfigFileRegistry : public ::testing::Test {
 protected:
-  std::string File() const { return m_folder + "/XmlFileBindings.xml"; }
+  std::string File() const { return m_temp.File("XmlFileBindings.xml"); }
   // Each write gets a later modification time, so the registry sees every change.
   void Write(const std::string& bindings) {
     std::ofstream(File()) << "<XmlFileBindings>\n" << bindings << "</XmlFileBindings>\n";
@@ -57,6 +57,8 @@ TEST_F(ConfigFileRegistry, TheOverrideThenTheFirstMatchingEntryThenADownloadDeci
   </Binding>
 )");
   const std::string f = File() + ":";
+  // On Windows "/any" is rooted on the bindings file's drive: C + "/any" ("C:/any").
+  const std::string C = std::filesystem::path(m_folder).root_name().string();
   struct Case {
     std::vector<std::pair<const char*, const char*>> record;
     std::string xmlFile; // empty: download
@@ -67,13 +69,13 @@ TEST_F(ConfigFileRegistry, TheOverrideThenTheFirstMatchingEntryThenADownloadDeci
       // clang-format off
       {{{"DeviceXMLFileOverride", "/o.xml"}, {"SerialNumber", "SN7"}}, "/o.xml", "",
        "DeviceXMLFileOverride"},
-      {{{"DeviceXMLFileOverride", ""}, {"SerialNumber", "SN7"}}, "", m_folder + "/extra.xml",
+      {{{"DeviceXMLFileOverride", ""}, {"SerialNumber", "SN7"}}, "", m_temp.File("extra.xml"),
        f + "2"},
-      {{{"VendorName", "Hexmar"}, {"ModelName", "HX1300"}}, "/opt/xml/hx.xml", "", f + "3"},
-      {{{"VendorName", "Other"}, {"ModelName", "HX1300"}}, "/any/hx.xml", "", f + "4"},
-      {{{"ModelName", "HX1300"}}, "/any/hx.xml", "", f + "4"}, // no vendor: the pair misses
-      {{{"FullName", "Loopback#Loop2"}}, "/a/full.xml", "/a/m.xml", f + "5"},
-      {{{"DeviceClass", "OtherClass"}}, m_folder + "/other.xml", "", f + "6"},
+      {{{"VendorName", "Hexmar"}, {"ModelName", "HX1300"}}, C + "/opt/xml/hx.xml", "", f + "3"},
+      {{{"VendorName", "Other"}, {"ModelName", "HX1300"}}, C + "/any/hx.xml", "", f + "4"},
+      {{{"ModelName", "HX1300"}}, C + "/any/hx.xml", "", f + "4"}, // no vendor: the pair misses
+      {{{"FullName", "Loopback#Loop2"}}, C + "/a/full.xml", C + "/a/m.xml", f + "5"},
+      {{{"DeviceClass", "OtherClass"}}, m_temp.File("other.xml"), "", f + "6"},
       {{{"DeviceClass", "othercLASS"}, {"SerialNumber", "SN8"}}, "", "", "default"},
       // clang-format on
   };
@@ -95,12 +97,11 @@ TEST_F(ConfigFileRegistry, TheOverrideThenTheFirstMatchingEntryThenADownloadDeci
                 "2 uses an environment variable that is not set");
 
   // The shipped example is valid and decides as its comments say.
-  std::filesystem::copy_file(VORLA_EXAMPLES_DIR "/XmlFileBindings.xml", File(),
-                             std::filesystem::copy_options::overwrite_existing);
+  std::ofstream(File()) << std::ifstream(VORLA_EXAMPLES_DIR "/XmlFileBindings.xml").rdbuf();
   std::filesystem::last_write_time(File(), std::filesystem::file_time_type::clock::now() +
                                                std::chrono::seconds(++m_writes));
   EXPECT_EQ(Bind({{"VendorName", "Hexmar"}, {"ModelName", "HX1300"}}).GetXmlFilePath(),
-            m_folder + "/descriptions/Hexmar_HX1300.xml");
+            m_temp.File("descriptions/Hexmar_HX1300.xml"));
 
   std::filesystem::remove(File());
   EXPECT_TRUE(Bind({{"SerialNumber", "SN7"}}).IsDownloadRequested());

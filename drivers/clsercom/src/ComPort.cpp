@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <string>
 #include <thread>
 
 #include <windows.h>
@@ -37,7 +38,41 @@ HANDLE Native(void* handle) {
   return static_cast<HANDLE>(handle);
 }
 
+// The system's COM ports: every COM<n> the object manager knows (the device map lists them on
+// Windows; Wine resolves each name but does not list them all).
+std::vector<std::string> SystemPorts() {
+  std::vector<std::string> ports;
+  char target[MAX_PATH];
+  for (int n = 1; n <= 256; ++n) {
+    const std::string name = "COM" + std::to_string(n);
+    if (::QueryDosDeviceA(name.c_str(), target, sizeof target) != 0)
+      ports.push_back(name);
+  }
+  return ports;
+}
+
 } // namespace
+
+std::vector<std::string> CComPort::Devices() {
+  // The process environment itself, so that a change made with SetEnvironmentVariable counts.
+  char list[4096];
+  ::SetLastError(ERROR_SUCCESS); // an empty list reads as 0 too, and leaves the last error alone
+  const DWORD length = ::GetEnvironmentVariableA("CLSERCOM_PORTS", list, sizeof list);
+  if (length == 0 && ::GetLastError() == ERROR_ENVVAR_NOT_FOUND)
+    return SystemPorts();
+  std::vector<std::string> devices;
+  const std::string all(list, length < sizeof list ? length : 0);
+  size_t pos = 0;
+  while (pos <= all.size()) {
+    size_t end = all.find(';', pos);
+    if (end == std::string::npos)
+      end = all.size();
+    if (end > pos)
+      devices.push_back(all.substr(pos, end - pos));
+    pos = end + 1;
+  }
+  return devices;
+}
 
 CComPort::CComPort(std::string name) : m_name(std::move(name)), m_handle(INVALID_HANDLE_VALUE) {}
 

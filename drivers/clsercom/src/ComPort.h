@@ -12,6 +12,13 @@ namespace ClSerCom {
 //! Thread-safe: callers that share one handle are served one at a time.
 class CComPort {
 public:
+  //! The ports this library offers: the system's COM ports in number order, or, when
+  //! CLSERCOM_PORTS is set, the ';'-separated names it holds (e.g. "COM5;COM7"); read on every
+  //! call so that the list follows the system.
+  static std::vector<std::string> Devices();
+  //! A port is identified by its name.
+  static std::string Identifier(const std::string& device) { return device; }
+
   explicit CComPort(std::string name);
   ~CComPort();
   CComPort(const CComPort&) = delete;

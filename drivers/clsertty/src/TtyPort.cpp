@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cstdlib>
 #include <thread>
 
 #include <fcntl.h>
@@ -37,6 +38,31 @@ int MsLeft(Clock::time_point deadline) {
 }
 
 } // namespace
+
+std::vector<std::string> CTtyPort::Devices() {
+  std::vector<std::string> devices;
+  const char* list = std::getenv("CLSERTTY_PORTS");
+  if (!list)
+    return devices;
+  std::string all(list);
+  size_t pos = 0;
+  while (pos <= all.size()) {
+    size_t end = all.find(':', pos);
+    if (end == std::string::npos)
+      end = all.size();
+    if (end > pos)
+      devices.push_back(all.substr(pos, end - pos));
+    pos = end + 1;
+  }
+  return devices;
+}
+
+std::string CTtyPort::Identifier(const std::string& device) {
+  const std::string prefix = "/dev/";
+  if (device.compare(0, prefix.size(), prefix) == 0 && device.size() > prefix.size())
+    return device.substr(prefix.size());
+  return device;
+}
 
 CTtyPort::CTtyPort(std::string path) : m_path(std::move(path)) {}
 

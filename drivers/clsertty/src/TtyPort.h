@@ -10,6 +10,12 @@ namespace ClSerTty {
 //! One open tty, raw 8N1 without flow control. Every call returns a Camera Link status code.
 class CTtyPort {
 public:
+  //! The ttys this library offers: those listed in CLSERTTY_PORTS, ':'-separated, read on every
+  //! call so that the list follows the environment.
+  static std::vector<std::string> Devices();
+  //! "ttyS4" for "/dev/ttyS4", "pts/3" for "/dev/pts/3"; other paths stay as they are.
+  static std::string Identifier(const std::string& device);
+
   explicit CTtyPort(std::string path);
   ~CTtyPort();
   CTtyPort(const CTtyPort&) = delete;

@@ -6,6 +6,7 @@
 #include <GenApi/Log.h>
 #include <platform/DynamicLibrary.h>
 #include <platform/Environment.h>
+#include <platform/SystemPaths.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -79,7 +80,7 @@ CModuleRegistry& CModuleRegistry::Instance() {
 std::string CModuleRegistry::LibraryFolder() {
   std::string root;
   if (Vorla::Platform::GetEnv("VORLA_ROOT", root) && !root.empty())
-    return root + "/lib";
+    return root + "/" + Vorla::Platform::kLibraryFolder;
   const std::string self =
       Vorla::Platform::CDynamicLibrary::PathOfAddress(reinterpret_cast<const void*>(&Instance));
   return fs::path(self).parent_path().string();

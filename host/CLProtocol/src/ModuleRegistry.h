@@ -40,7 +40,8 @@ public:
   CProtocolDriver* FindDriver(const CDeviceID& deviceID);
   bool FindPort(const std::string& portID, SPort& port);
 
-  //! <libdir> of this installation: $VORLA_ROOT/lib when set, else the folder of this library.
+  //! <libdir> of this installation: $VORLA_ROOT/lib ($VORLA_ROOT/bin on Windows) when set, else
+  //! the folder of this library.
   static std::string LibraryFolder();
 
 private:

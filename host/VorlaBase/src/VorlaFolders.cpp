@@ -2,13 +2,14 @@
 
 #include <platform/DynamicLibrary.h>
 #include <platform/Environment.h>
+#include <platform/SystemPaths.h>
 
 namespace Vorla {
 namespace {
 GenICam::gcstring LibraryFolder() {
   std::string root;
   if (Platform::GetEnv("VORLA_ROOT", root) && !root.empty())
-    return root + getVorlaPathSeperator() + "lib";
+    return root + getVorlaPathSeperator() + Platform::kLibraryFolder;
   const std::string self =
       Platform::CDynamicLibrary::PathOfAddress(reinterpret_cast<const void*>(&LibraryFolder));
   const size_t slash = self.find_last_of("/\\");

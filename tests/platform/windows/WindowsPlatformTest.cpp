@@ -38,7 +38,8 @@ TEST(WindowsPlatform, LoadsNativePathWithCriticalErrorsSuppressed) {
 }
 
 // The machine configuration folder is common application data, created if missing; PathAppend
-// joins with exactly one '\'; an empty variable is set, a missing one is not (error 203).
+// joins with exactly one '\'; an empty variable is set, also right after a missing one left the
+// error 203 behind.
 TEST(WindowsPlatform, ConfigurationFolderPathsAndEnvironment) {
   char expected[MAX_PATH];
   ASSERT_EQ(::SHGetFolderPathA(nullptr, CSIDL_COMMON_APPDATA, nullptr, 0, expected), S_OK);
@@ -53,7 +54,7 @@ TEST(WindowsPlatform, ConfigurationFolderPathsAndEnvironment) {
   std::string value = "untouched";
   ::SetEnvironmentVariableA("VORLA_TEST_EMPTY", "");
   ::SetEnvironmentVariableA("VORLA_TEST_ABSENT", nullptr);
+  EXPECT_FALSE(GetEnv("VORLA_TEST_ABSENT", value));
   EXPECT_TRUE(GetEnv("VORLA_TEST_EMPTY", value));
   EXPECT_EQ(value, "");
-  EXPECT_FALSE(GetEnv("VORLA_TEST_ABSENT", value));
 }

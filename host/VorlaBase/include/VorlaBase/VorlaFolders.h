@@ -13,8 +13,8 @@ enum EVorlaFolder {
   VorlaFolderFgPlugins = 4    // frame-grabber plug-ins
 };
 
-//! A folder of the installation, found relative to the VorlaBase library (or $VORLA_ROOT/lib),
-//! without a trailing separator.
+//! A folder of the installation, without a trailing separator, found relative to the VorlaBase
+//! library (or to $VORLA_ROOT/lib; $VORLA_ROOT/bin on Windows, where the DLLs sit).
 VORLABASE_API GenICam::gcstring getVorlaFolderPath(int folderType);
 //! The separator between folder and file names of this platform.
 VORLABASE_API GenICam::gcstring getVorlaPathSeperator();

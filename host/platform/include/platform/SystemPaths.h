@@ -5,6 +5,13 @@
 
 namespace Vorla {
 namespace Platform {
+//! The folder of an installation root that holds the host libraries and, below vorla/, the
+//! run-time loaded modules: DLLs sit in bin on Windows.
+#if defined(_WIN32)
+inline constexpr char kLibraryFolder[] = "bin";
+#else
+inline constexpr char kLibraryFolder[] = "lib";
+#endif
 //! The machine-wide application data folder (Windows: common application data; elsewhere the
 //! first entry of XDG_CONFIG_DIRS, default /etc/xdg). Empty when it cannot be determined.
 VORLA_PLATFORM_API std::string MachineConfigFolder();

@@ -39,6 +39,7 @@ struct Queue {
   CMutex lock; // a leaf: nothing waits under it
   std::unordered_map<CTimerQueue::Handle, std::unique_ptr<Timer>> timers VORLA_GUARDED_BY(lock);
   CTimerQueue::Handle next VORLA_GUARDED_BY(lock) = 1;
+  bool closing VORLA_GUARDED_BY(lock) = false; // being destroyed: no timer is armed any more
 };
 
 Queue* QueueOf(uint64_t owner) {
@@ -57,18 +58,14 @@ CTimerQueue::CTimerQueue() : m_owner(reinterpret_cast<uintptr_t>(new Queue)) {}
 
 CTimerQueue::~CTimerQueue() {
   Queue* const queue = QueueOf(m_owner);
-  // A callback that runs while we wait may arm another timer of this queue: repeat until empty.
-  for (;;) {
-    std::unordered_map<Handle, std::unique_ptr<Timer>> timers;
-    {
-      CLockGuard<CMutex> guard(queue->lock);
-      timers.swap(queue->timers);
-    }
-    if (timers.empty())
-      break;
-    for (auto& entry : timers)
-      Delete(*queue, std::move(entry.second));
+  std::unordered_map<Handle, std::unique_ptr<Timer>> timers;
+  {
+    CLockGuard<CMutex> guard(queue->lock);
+    queue->closing = true; // a callback that runs while we wait arms nothing any more
+    timers.swap(queue->timers);
   }
+  for (auto& entry : timers)
+    Delete(*queue, std::move(entry.second));
   if (queue->queue)
     ::DeleteTimerQueueEx(queue->queue, nullptr); // its timers are gone already
   delete queue;
@@ -79,6 +76,8 @@ CTimerQueue::Handle CTimerQueue::CreateTimer(uint32_t dueMs, Callback callback, 
   if (!callback || !queue->queue)
     return 0;
   CLockGuard<CMutex> guard(queue->lock);
+  if (queue->closing)
+    return 0;
   const Handle id = queue->next++;
   try {
     // In the table before it is armed, so that a callback deleting its own timer finds it.

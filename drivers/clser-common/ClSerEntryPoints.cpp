@@ -1,6 +1,10 @@
-// The Camera Link serial C functions (version 1.1 set) of clsercom. Nothing may leave these
-// functions as an exception: every failure becomes a status code.
-#include "ComPortTable.h"
+// The Camera Link serial C functions (version 1.1 set), written once for every serial library:
+// each library's ClSerLibrary.h names its port class (`ClSerLibrary::CPort`, which lists its
+// ports with `Devices()`, names one with `Identifier()` and reports `SupportedBaudRates()`) and
+// its manufacturer name. Nothing may leave these functions as an exception: every failure
+// becomes a status code.
+#include "ClSerLibrary.h"
+#include "PortTable.h"
 
 #include <CLProtocol/ClErrorText.h>
 #include <CLProtocol/ClSerial.h>
@@ -9,11 +13,10 @@
 #include <cstring>
 #include <new>
 
-using ClSerCom::CComPortTable;
+using ClSerLibrary::CPort;
+using CPortTable = ClSerCommon::CPortTable<CPort>;
 
 namespace {
-
-const char kManufacturer[] = "COM";
 
 // Copies `text` with its NUL; *size is the capacity in, the bytes needed or written out.
 CLINT32 CopyText(const std::string& text, CLINT8* buffer, CLUINT32* size) {
@@ -41,7 +44,7 @@ template <class F> CLINT32 Guard(F&& f) {
 
 template <class F> CLINT32 WithPort(hSerRef ref, F&& f) {
   return Guard([&]() -> CLINT32 {
-    const auto port = CComPortTable::Instance().Find(ref);
+    const auto port = CPortTable::Instance().Find(ref);
     if (!port)
       return CL_ERR_INVALID_REFERENCE;
     return f(*port);
@@ -57,7 +60,7 @@ VORLA_DLL_EXPORT CLINT32 CLSERIALCC clGetManufacturerInfo(CLINT8* manufacturerNa
   return Guard([&]() -> CLINT32 {
     if (version)
       *version = CL_DLL_VERSION_1_1;
-    return CopyText(kManufacturer, manufacturerName, bufferSize);
+    return CopyText(ClSerLibrary::kManufacturer, manufacturerName, bufferSize);
   });
 }
 
@@ -65,7 +68,7 @@ VORLA_DLL_EXPORT CLINT32 CLSERIALCC clGetNumSerialPorts(CLUINT32* numSerialPorts
   return Guard([&]() -> CLINT32 {
     if (!numSerialPorts)
       return CL_ERR_INVALID_PTR;
-    *numSerialPorts = static_cast<CLUINT32>(CComPortTable::Devices().size());
+    *numSerialPorts = static_cast<CLUINT32>(CPort::Devices().size());
     return CL_ERR_NO_ERR;
   });
 }
@@ -73,59 +76,56 @@ VORLA_DLL_EXPORT CLINT32 CLSERIALCC clGetNumSerialPorts(CLUINT32* numSerialPorts
 VORLA_DLL_EXPORT CLINT32 CLSERIALCC clGetSerialPortIdentifier(CLUINT32 serialIndex, CLINT8* portID,
                                                               CLUINT32* bufferSize) {
   return Guard([&]() -> CLINT32 {
-    const auto devices = CComPortTable::Devices();
+    const auto devices = CPort::Devices();
     if (serialIndex >= devices.size())
       return CL_ERR_INVALID_INDEX;
-    return CopyText(devices[serialIndex], portID, bufferSize);
+    return CopyText(CPort::Identifier(devices[serialIndex]), portID, bufferSize);
   });
 }
 
 VORLA_DLL_EXPORT CLINT32 CLSERIALCC clSerialInit(CLUINT32 serialIndex, hSerRef* serialRefPtr) {
-  return Guard([&] { return CComPortTable::Instance().Open(serialIndex, serialRefPtr); });
+  return Guard([&] { return CPortTable::Instance().Open(serialIndex, serialRefPtr); });
 }
 
 VORLA_DLL_EXPORT CLINT32 CLSERIALCC clSerialRead(hSerRef serialRef, CLINT8* buffer,
                                                  CLUINT32* bufferSize, CLUINT32 serialTimeout) {
-  return WithPort(serialRef, [&](ClSerCom::CComPort& port) {
-    return port.Read(buffer, bufferSize, serialTimeout);
-  });
+  return WithPort(serialRef,
+                  [&](CPort& port) { return port.Read(buffer, bufferSize, serialTimeout); });
 }
 
 VORLA_DLL_EXPORT CLINT32 CLSERIALCC clSerialWrite(hSerRef serialRef, CLINT8* buffer,
                                                   CLUINT32* bufferSize, CLUINT32 serialTimeout) {
-  return WithPort(serialRef, [&](ClSerCom::CComPort& port) {
-    return port.Write(buffer, bufferSize, serialTimeout);
-  });
+  return WithPort(serialRef,
+                  [&](CPort& port) { return port.Write(buffer, bufferSize, serialTimeout); });
 }
 
 VORLA_DLL_EXPORT void CLSERIALCC clSerialClose(hSerRef serialRef) {
   Guard([&]() -> CLINT32 {
-    CComPortTable::Instance().Close(serialRef);
+    CPortTable::Instance().Close(serialRef);
     return CL_ERR_NO_ERR;
   });
 }
 
 VORLA_DLL_EXPORT CLINT32 CLSERIALCC clGetNumBytesAvail(hSerRef serialRef, CLUINT32* numBytes) {
-  return WithPort(serialRef,
-                  [&](ClSerCom::CComPort& port) { return port.BytesAvailable(numBytes); });
+  return WithPort(serialRef, [&](CPort& port) { return port.BytesAvailable(numBytes); });
 }
 
 VORLA_DLL_EXPORT CLINT32 CLSERIALCC clFlushPort(hSerRef serialRef) {
-  return WithPort(serialRef, [&](ClSerCom::CComPort& port) { return port.Flush(); });
+  return WithPort(serialRef, [&](CPort& port) { return port.Flush(); });
 }
 
 VORLA_DLL_EXPORT CLINT32 CLSERIALCC clGetSupportedBaudRates(hSerRef serialRef,
                                                             CLUINT32* baudRates) {
-  return WithPort(serialRef, [&](ClSerCom::CComPort&) -> CLINT32 {
+  return WithPort(serialRef, [&](CPort&) -> CLINT32 {
     if (!baudRates)
       return CL_ERR_INVALID_PTR;
-    *baudRates = ClSerCom::CComPort::SupportedBaudRates();
+    *baudRates = CPort::SupportedBaudRates();
     return CL_ERR_NO_ERR;
   });
 }
 
 VORLA_DLL_EXPORT CLINT32 CLSERIALCC clSetBaudRate(hSerRef serialRef, CLUINT32 baudRate) {
-  return WithPort(serialRef, [&](ClSerCom::CComPort& port) { return port.SetBaudRate(baudRate); });
+  return WithPort(serialRef, [&](CPort& port) { return port.SetBaudRate(baudRate); });
 }
 
 VORLA_DLL_EXPORT CLINT32 CLSERIALCC clGetErrorText(CLINT32 errorCode, CLINT8* errorText,
