@@ -12,6 +12,9 @@ ln -sfn "$pty" "$WINEPREFIX/dosdevices/com5"
 port="COM#COM5"
 echo "<Bindings><Port><ID>$port</ID><Enabled>yes</Enabled></Port></Bindings>" \
   >"$work/PortConfiguration_x64.xml"
+# Wine's server is started here, before any Wine command, so that what it prints when it ends goes
+# nowhere (it would inherit that command's standard error).
+wineserver -p5 </dev/null >/dev/null 2>&1 || true
 export CLSERCOM_PORTS=COM5 VORLA_CL_BINDINGS=$(winepath -w "$work")
 run() {
   local want=$1 status=0
@@ -32,4 +35,16 @@ expect $'Width = 64\nPixelFormat = Mono16'
 run 0 xml -o "$(winepath -w "$work/camera.xml")"
 expect "Saved the description of"
 grep -q "<RegisterDescription" "$work/camera.xml" || fail "no description saved"
+
+# The camera goes away during a watch: reported once, as on Linux; then nothing answers there,
+# and a COM port the system lacks is no camera either.
+(sleep 4 && kill "$camsim") &
+run 1 watch DeviceTemperature --interval 100
+expect "vorla-cl: Camera 'Hexmar HX2000 on $port' was removed."
+run 1 list
+expect "vorla-cl: No camera answered on the enabled ports: $port."
+echo "<Bindings><Port><ID>COM#COM7</ID><Enabled>yes</Enabled></Port></Bindings>" \
+  >"$work/PortConfiguration_x64.xml"
+CLSERCOM_PORTS=COM7 run 1 list
+expect "vorla-cl: No camera answered on the enabled ports: COM#COM7."
 echo "vorla-cl.exe over COM5: $passed passed, 0 failed"
