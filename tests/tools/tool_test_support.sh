@@ -2,9 +2,13 @@
 # checks. Expects $bin (the build's bin folder); sets $work, $pty and $port.
 work=$(mktemp -d)
 
-# start_simulator ARGS...: a vorla-camsim process, ended with the script.
+# start_simulator ARGS...: a vorla-camsim process, ended with the script. Its video goes to a
+# board of the script's own (its process id) unless ARGS name one: two simulators on one channel
+# refuse each other, and the scripts run side by side.
 start_simulator() {
-  coproc CAMSIM { exec "$bin/vorla-camsim" --ignore-stdin "$@"; }
+  local board=(--board "$$")
+  [[ " $* " == *" --board "* ]] && board=()
+  coproc CAMSIM { exec "$bin/vorla-camsim" --ignore-stdin "${board[@]}" "$@"; }
   camsim=$CAMSIM_PID # bash forgets CAMSIM_PID when the simulator ends
   trap 'kill "$camsim" 2>/dev/null || true; wait 2>/dev/null || true; rm -rf "$work"' EXIT
   read -r -t 10 pty <&"${CAMSIM[0]}"

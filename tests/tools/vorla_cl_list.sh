@@ -43,7 +43,7 @@ pkill -P "$holder" && wait "$holder" || true # its sleep, then flock itself ends
 # A camera that never answers.
 mkfifo "$work/mute"
 exec 4<>"$work/mute"
-"$bin/vorla-camsim" --drop-every 1 --ignore-stdin >&4 &
+"$bin/vorla-camsim" --drop-every 1 --ignore-stdin --board "$$" --channel 1 >&4 &
 mute_pid=$!
 trap 'kill "$camsim" "$mute_pid" 2>/dev/null || true; wait 2>/dev/null || true; rm -rf "$work"' EXIT
 read -r -t 10 mute <&4
