@@ -25,17 +25,22 @@ echo "windows-test: built in $((SECONDS - start)) s"
 # mingw runtime; the dependency prefix, Xerces in bin/ and Boost in lib/). The host's DLLs sit
 # beside the executables.
 export WINEPREFIX=$PWD/build/wine WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
-# Wine's server is started first, with no output: it would inherit the standard error of the
-# first Wine command and print its whole object table there when it ends.
-wineserver -p5 </dev/null >/dev/null 2>&1 || true
 if [ ! -d "$WINEPREFIX/drive_c" ]; then
   wineboot --init >/dev/null 2>&1
-  wineserver -w
 fi
+# One Wine server for the whole run, started quietly and ended at the end: a server that Wine
+# starts on its own inherits the standard error of the first Wine command, prints its object
+# table there when it ends, and one that is ending refuses the next command.
+wineserver -k >/dev/null 2>&1 || true
+wineserver -w >/dev/null 2>&1 || true
+wineserver -p </dev/null >/dev/null 2>&1 || true
+trap 'wineserver -k >/dev/null 2>&1 || true' EXIT
+# Wine's drive Z: is the Linux root.
+windows_path() { local path=$1; echo "Z:${path//\//\\}"; }
 gcc_dlls=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-file-name=libstdc++-6.dll)")
 winpath=""
 for dir in "$deps/bin" "$deps/lib" "$gcc_dlls" /usr/x86_64-w64-mingw32/lib; do
-  winpath+="${winpath:+;}$(winepath -w "$dir")"
+  winpath+="${winpath:+;}$(windows_path "$dir")"
 done
 export WINEPATH=$winpath VORLA_TEST_BUILD_DIR=$PWD/build/windows
 
@@ -69,7 +74,6 @@ cmake --preset default >/dev/null
 nice -n 15 cmake --build --preset default -j"$jobs" --target vorla-camsim
 tests/tools/vorla_cl_windows.sh "$PWD/build/default/bin" "$PWD/build/windows/bin" ||
   failed+=(vorla_cl_windows)
-wineserver -k >/dev/null 2>&1 || true # it dumps its objects on the way out
 echo "windows-test: $((SECONDS - start)) s in all"
 if [ ${#failed[@]} -gt 0 ]; then
   echo "windows-test: FAILED: ${failed[*]}"

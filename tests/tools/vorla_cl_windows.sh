@@ -12,10 +12,9 @@ ln -sfn "$pty" "$WINEPREFIX/dosdevices/com5"
 port="COM#COM5"
 echo "<Bindings><Port><ID>$port</ID><Enabled>yes</Enabled></Port></Bindings>" \
   >"$work/PortConfiguration_x64.xml"
-# Wine's server is started here, before any Wine command, so that what it prints when it ends goes
-# nowhere (it would inherit that command's standard error).
-wineserver -p5 </dev/null >/dev/null 2>&1 || true
-export CLSERCOM_PORTS=COM5 VORLA_CL_BINDINGS=$(winepath -w "$work")
+# Wine's drive Z: is the Linux root.
+windows_path() { local path=$1; echo "Z:${path//\//\\}"; }
+export CLSERCOM_PORTS=COM5 VORLA_CL_BINDINGS=$(windows_path "$work")
 run() {
   local want=$1 status=0
   shift
@@ -32,7 +31,7 @@ run 0 set Width=64 PixelFormat=Mono16
 expect "Width = 64"
 run 0 get Width PixelFormat
 expect $'Width = 64\nPixelFormat = Mono16'
-run 0 xml -o "$(winepath -w "$work/camera.xml")"
+run 0 xml -o "$(windows_path "$work/camera.xml")"
 expect "Saved the description of"
 grep -q "<RegisterDescription" "$work/camera.xml" || fail "no description saved"
 
