@@ -4,6 +4,7 @@
 // its manufacturer name. Nothing may leave these functions as an exception: every failure
 // becomes a status code.
 #include "ClSerLibrary.h"
+#include "ClSerText.h"
 #include "PortTable.h"
 
 #include <CLProtocol/ClErrorText.h>
@@ -13,24 +14,11 @@
 #include <cstring>
 #include <new>
 
+using ClSerCommon::CopyText;
 using ClSerLibrary::CPort;
 using CPortTable = ClSerCommon::CPortTable<CPort>;
 
 namespace {
-
-// Copies `text` with its NUL; *size is the capacity in, the bytes needed or written out.
-CLINT32 CopyText(const std::string& text, CLINT8* buffer, CLUINT32* size) {
-  if (!size)
-    return CL_ERR_INVALID_PTR;
-  const CLUINT32 needed = static_cast<CLUINT32>(text.size() + 1);
-  if (!buffer || *size < needed) {
-    *size = needed;
-    return CL_ERR_BUFFER_TOO_SMALL;
-  }
-  std::memcpy(buffer, text.c_str(), needed);
-  *size = needed;
-  return CL_ERR_NO_ERR;
-}
 
 template <class F> CLINT32 Guard(F&& f) {
   try {

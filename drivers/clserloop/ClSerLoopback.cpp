@@ -4,6 +4,7 @@
 #include <camsim/LoopbackSerial.h>
 
 #include <CLProtocol/ClSerial.h>
+#include <ClSerText.h>
 
 #include <cstring>
 #include <mutex>
@@ -17,6 +18,8 @@
 #endif
 
 namespace {
+
+using ClSerCommon::CopyText;
 
 struct SHandle {
   camsim::CLoopbackSerial m_Serial;
@@ -32,19 +35,6 @@ SHandle* Lookup(hSerRef ref) {
   std::lock_guard<std::mutex> lock(g_HandlesMutex);
   auto* handle = static_cast<SHandle*>(ref);
   return g_Handles.count(handle) ? handle : nullptr;
-}
-
-CLINT32 CopyText(const std::string& text, CLINT8* buffer, CLUINT32* size) {
-  if (!size)
-    return CL_ERR_INVALID_PTR;
-  const CLUINT32 needed = static_cast<CLUINT32>(text.size() + 1);
-  if (!buffer || *size < needed) {
-    *size = needed;
-    return CL_ERR_BUFFER_TOO_SMALL;
-  }
-  std::memcpy(buffer, text.c_str(), needed);
-  *size = needed;
-  return CL_ERR_NO_ERR;
 }
 
 template <class F> CLINT32 Guarded(F&& f) noexcept {

@@ -1,5 +1,7 @@
 #include "ComPort.h"
 
+#include "ClSerText.h"
+
 #include <algorithm>
 #include <chrono>
 #include <string>
@@ -60,18 +62,7 @@ std::vector<std::string> CComPort::Devices() {
   const DWORD length = ::GetEnvironmentVariableA("CLSERCOM_PORTS", list, sizeof list);
   if (length == 0 && ::GetLastError() == ERROR_ENVVAR_NOT_FOUND)
     return SystemPorts();
-  std::vector<std::string> devices;
-  const std::string all(list, length < sizeof list ? length : 0);
-  size_t pos = 0;
-  while (pos <= all.size()) {
-    size_t end = all.find(';', pos);
-    if (end == std::string::npos)
-      end = all.size();
-    if (end > pos)
-      devices.push_back(all.substr(pos, end - pos));
-    pos = end + 1;
-  }
-  return devices;
+  return ClSerCommon::SplitList(std::string(list, length < sizeof list ? length : 0), ';');
 }
 
 CComPort::CComPort(std::string name) : m_name(std::move(name)), m_handle(INVALID_HANDLE_VALUE) {}

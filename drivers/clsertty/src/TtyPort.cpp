@@ -1,5 +1,7 @@
 #include "TtyPort.h"
 
+#include "ClSerText.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
@@ -40,21 +42,8 @@ int MsLeft(Clock::time_point deadline) {
 } // namespace
 
 std::vector<std::string> CTtyPort::Devices() {
-  std::vector<std::string> devices;
   const char* list = std::getenv("CLSERTTY_PORTS");
-  if (!list)
-    return devices;
-  std::string all(list);
-  size_t pos = 0;
-  while (pos <= all.size()) {
-    size_t end = all.find(':', pos);
-    if (end == std::string::npos)
-      end = all.size();
-    if (end > pos)
-      devices.push_back(all.substr(pos, end - pos));
-    pos = end + 1;
-  }
-  return devices;
+  return list ? ClSerCommon::SplitList(list, ':') : std::vector<std::string>();
 }
 
 std::string CTtyPort::Identifier(const std::string& device) {
@@ -72,7 +61,7 @@ CTtyPort::~CTtyPort() {
 }
 
 CLINT32 CTtyPort::Open() {
-  std::lock_guard<std::mutex> guard(m_lock);
+  Vorla::Platform::CLockGuard<Vorla::Platform::CMutex> guard(m_lock);
   const int fd = ::open(m_path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
   if (fd < 0)
     return CL_ERR_PORT_IN_USE; // the standard has no separate "unable to open" value
@@ -124,7 +113,7 @@ long CTtyPort::Drain() {
 CLINT32 CTtyPort::Read(CLINT8* buffer, CLUINT32* size, CLUINT32 timeoutMs) {
   if (!size || (!buffer && *size > 0))
     return CL_ERR_INVALID_PTR;
-  std::lock_guard<std::mutex> guard(m_lock);
+  Vorla::Platform::CLockGuard<Vorla::Platform::CMutex> guard(m_lock);
   const size_t want = *size;
   const auto deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
   for (;;) {
@@ -153,7 +142,7 @@ CLINT32 CTtyPort::Read(CLINT8* buffer, CLUINT32* size, CLUINT32 timeoutMs) {
 CLINT32 CTtyPort::Write(const CLINT8* buffer, CLUINT32* size, CLUINT32 timeoutMs) {
   if (!size || (!buffer && *size > 0))
     return CL_ERR_INVALID_PTR;
-  std::lock_guard<std::mutex> guard(m_lock);
+  Vorla::Platform::CLockGuard<Vorla::Platform::CMutex> guard(m_lock);
   const size_t total = *size;
   size_t sent = 0;
   const auto deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
@@ -186,7 +175,7 @@ CLINT32 CTtyPort::Write(const CLINT8* buffer, CLUINT32* size, CLUINT32 timeoutMs
 CLINT32 CTtyPort::BytesAvailable(CLUINT32* count) {
   if (!count)
     return CL_ERR_INVALID_PTR;
-  std::lock_guard<std::mutex> guard(m_lock);
+  Vorla::Platform::CLockGuard<Vorla::Platform::CMutex> guard(m_lock);
   int queued = 0;
   if (::ioctl(m_fd, FIONREAD, &queued) != 0 || queued < 0)
     queued = 0;
@@ -195,7 +184,7 @@ CLINT32 CTtyPort::BytesAvailable(CLUINT32* count) {
 }
 
 CLINT32 CTtyPort::Flush() {
-  std::lock_guard<std::mutex> guard(m_lock);
+  Vorla::Platform::CLockGuard<Vorla::Platform::CMutex> guard(m_lock);
   m_pending.clear();
   ::tcflush(m_fd, TCIFLUSH);
   return CL_ERR_NO_ERR;
@@ -206,7 +195,7 @@ CLINT32 CTtyPort::SetBaudRate(CLUINT32 bit) {
                                   [bit](const BaudEntry& e) { return e.bit == bit; });
   if (entry == std::end(kBauds))
     return CL_ERR_BAUD_RATE_NOT_SUPPORTED;
-  std::lock_guard<std::mutex> guard(m_lock);
+  Vorla::Platform::CLockGuard<Vorla::Platform::CMutex> guard(m_lock);
   termios tio{};
   if (::tcgetattr(m_fd, &tio) != 0)
     return CL_ERR_BAUD_RATE_NOT_SUPPORTED;

@@ -1,7 +1,7 @@
 #pragma once
 #include <CLProtocol/ClSerialTypes.h>
+#include <platform/Mutex.h>
 
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -36,13 +36,12 @@ public:
 
 private:
   //! Moves whatever the tty holds into m_pending; the byte count, -1 when the line is gone.
-  long Drain();
+  long Drain() VORLA_REQUIRES(m_lock);
 
   std::string m_path;
-  int m_fd = -1;
-  std::vector<CLINT8> m_pending;
-  // Owned by this port: serialises callers that share one handle.
-  std::mutex m_lock;
+  Vorla::Platform::CMutex m_lock; // leaf, owned by this port: callers sharing one handle
+  int m_fd VORLA_GUARDED_BY(m_lock) = -1;
+  std::vector<CLINT8> m_pending VORLA_GUARDED_BY(m_lock);
 };
 
 } // namespace ClSerTty

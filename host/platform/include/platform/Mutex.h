@@ -25,7 +25,9 @@
 //   leaves: buffer table, node-callback table, removal-callback list, log sinks (then only a
 //           log listener's own leaf: the Python log route's queue, python/src/LogRoute.cpp),
 //           the port's removal-sink lock, the inactivity timer's hand-over to its worker, a
-//           Python grab's returned buffers (python/src/BufferQueue.h)
+//           Python grab's returned buffers (python/src/BufferQueue.h), a serial library's
+//           handle table (drivers/clser-common/PortTable.h) and each of its ports' own lock
+//           (clsertty, clsercom: taken under 6 by the host's calls, never with the table's)
 //
 // A port's inactivity close runs on a worker thread of the port's timer, not on the timer
 // thread: the worker takes 6 like any caller. The device lock (2) is the device's GenApi CLock,
